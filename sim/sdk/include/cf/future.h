@@ -203,9 +203,10 @@ private:
         m_ready = true;
         std::vector<continuation> ready_to_run;
         ready_to_run.swap(m_continuations);
+        // Taken before unlocking: a woken waiter may drop the last other reference at once.
+        auto self = this->shared_from_this();
         lock.unlock();
         m_ready_changed.notify_all();
-        auto self = this->shared_from_this();
         for (auto& next : ready_to_run)
             next(self);
     }
