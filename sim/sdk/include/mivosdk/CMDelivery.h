@@ -1,0 +1,21 @@
+#pragma once
+// Thread contract: safe from any thread.
+
+#include <QObject>
+#include <QPointer>
+#include <functional>
+
+namespace cm_detail {
+
+/// Runs `fn` for a continuation or a change notice whose receiver is `context`:
+/// - without a context (`hasContext` false) at once on the calling thread;
+/// - Qt::DirectConnection, or Qt::AutoConnection when the caller is on the context's thread,
+///   at once on the calling thread;
+/// - otherwise queued to the context's thread.
+/// A context destroyed before the call is never called. The function object crosses threads
+/// under a std::mutex of ours, so that ThreadSanitizer sees the hand-over (Qt's own event queue
+/// locking is invisible to it).
+void deliver(const QPointer<QObject>& context, bool hasContext, Qt::ConnectionType type,
+             std::function<void()> fn);
+
+} // namespace cm_detail

@@ -1,0 +1,6 @@
+#include "mivosdk/MivoMedia.h"
+
+QString MimeTypes::Audio::aac()
+{
+    return QStringLiteral("audio/aac");
+}

@@ -1,0 +1,291 @@
+#include <mivosdk/CMActivateNode.h>
+#include <mivosdk/CMListRowsNode.h>
+#include <mivosdk/CMNodesWorker.h>
+#include <mivosdk/CMQueryNode.h>
+#include <mivosdk/CMUnusedNodeTimer.h>
+#include <mivosdk/MivoRowsRoles.h>
+
+#include "QtTestSupport.h"
+
+#include <QPointer>
+#include <gtest/gtest.h>
+
+using testsupport::waitUntil;
+
+namespace {
+
+MivoRoles titled(const QString& title)
+{
+    return MivoRoles().setTitle(title);
+}
+
+MivoRowsRoles rowsOf(const CMGetRowsRequest& request)
+{
+    EXPECT_TRUE(request.reply().isSucceeded()) << request.reply().error().toString().toStdString();
+    return MivoRowsRoles(request.reply().result().toHash());
+}
+
+QStringList titles(const MivoRowsRoles& rows)
+{
+    QStringList list;
+    for (const MivoRoles& row : rows.rows())
+        list << row.title();
+    return list;
+}
+
+struct Notice
+{
+    CMPath path;
+    QString change;
+    int count;
+};
+
+class Receiver : public QObject
+{
+public:
+    void onActivated(const CMSetDataRequest& request)
+    {
+        activations.append(request);
+        request.reply().setResult(QStringLiteral("done"));
+    }
+    QList<CMSetDataRequest> activations;
+};
+
+class EchoQuery : public CMQueryNode
+{
+public:
+    using CMQueryNode::CMQueryNode;
+    bool queryRequest(const CMSetDataRequest& request) override
+    {
+        request.reply().setResult(QStringLiteral("results for ") + request.value().toString());
+        return true;
+    }
+};
+
+} // namespace
+
+TEST(CMNodesWorker, RoutesByPathWithoutParametersAndRefusesUnknownPaths)
+{
+    CMNodesWorker worker({}, QStringLiteral("Test"));
+    auto* node = new CMListRowsNode(CMPath("/t/list"), worker.nodes());
+    node->setNodes(worker.nodes());
+    node->rowsAppend(titled(QStringLiteral("one")));
+
+    CMGetRowsRequest request(CMPath("/t/list?title=x&icon=y"));
+    EXPECT_TRUE(worker.request(request));
+    EXPECT_EQ(titles(rowsOf(request)), QStringList{QStringLiteral("one")});
+
+    CMGetRowsRequest unknown(CMPath("/t/nothing?x=1"));
+    EXPECT_FALSE(worker.request(unknown));
+    ASSERT_TRUE(unknown.reply().isError());
+    EXPECT_EQ(unknown.reply().error().message().toString(),
+              QStringLiteral("Unknown path: /t/nothing?x=1"));
+
+    EXPECT_FALSE(worker.request(CMRequest()));
+}
+
+TEST(CMNodesWorker, ANodeDeletedLaterLeavesTheRegistry)
+{
+    CMNodesWorker worker({}, QStringLiteral("Test"));
+    auto* node = new CMListRowsNode(CMPath("/t/gone"), worker.nodes());
+    node->setNodes(worker.nodes());
+    EXPECT_EQ(worker.nodes()->node(CMPath("/t/gone?a=b")), node);
+    node->deleteLater();
+    ASSERT_TRUE(waitUntil([&] { return worker.nodes()->node(CMPath("/t/gone")) == nullptr; }));
+    CMGetRowsRequest request(CMPath("/t/gone"));
+    worker.request(request);
+    EXPECT_TRUE(request.reply().isError());
+
+    // A replaced node that goes away does not take its successor with it.
+    auto* first = new CMListRowsNode(CMPath("/t/x"));
+    first->setNodes(worker.nodes());
+    auto* second = new CMListRowsNode(CMPath("/t/x"), worker.nodes());
+    second->setNodes(worker.nodes());
+    delete first;
+    EXPECT_EQ(worker.nodes()->node(CMPath("/t/x")), second);
+}
+
+TEST(CMListRowsNode, PagesWithOffsetCountAndTotal)
+{
+    CMNodes nodes;
+    CMListRowsNode node(CMPath("/t/list"));
+    node.setNodes(&nodes);
+    for (int i = 0; i < 10; ++i)
+        node.rowsAppend(titled(QString::number(i)));
+
+    CMGetRowsRequest page(CMPath("/t/list"), 3, 4);
+    node.getRowsRequest(page);
+    EXPECT_EQ(titles(rowsOf(page)), (QStringList{"3", "4", "5", "6"}));
+    EXPECT_EQ(rowsOf(page).offset(), 3);
+    EXPECT_EQ(rowsOf(page).total(), 10);
+
+    CMGetRowsRequest tail(CMPath("/t/list"), 8, 5);
+    node.getRowsRequest(tail);
+    EXPECT_EQ(titles(rowsOf(tail)), (QStringList{"8", "9"}));
+    CMGetRowsRequest beyond(CMPath("/t/list"), 20, 5);
+    node.getRowsRequest(beyond);
+    EXPECT_TRUE(rowsOf(beyond).rows().isEmpty());
+    EXPECT_EQ(rowsOf(beyond).total(), 10);
+}
+
+TEST(CMListRowsNode, LinkRowsShowTheLinkedNodeAsItIsWhenRead)
+{
+    CMNodes nodes;
+    CMListRowsNode root(CMPath("/t"));
+    root.setNodes(&nodes);
+    CMListRowsNode child(CMPath("/t/child"));
+    child.setNodes(&nodes);
+    child.setTitle(TrString("Own title"));
+    child.setIcon(QStringLiteral("own-icon"));
+    child.setContextPath(CMPath("/t/menu?x=1"));
+
+    CMPath link("/t/child");
+    link.addParam(MivoRoles::Title(), QStringLiteral("Param title"));
+    root.rowsAppend(link);
+    root.rowsAppend(CMPath("/t/missing?title=Lost&icon=i"));
+    child.setDescription(TrString("%1 channels").arg(7)); // after the append: still shows
+
+    CMGetRowsRequest request(CMPath("/t"));
+    root.getRowsRequest(request);
+    const MivoList<MivoRoles> rows = rowsOf(request).rows();
+    ASSERT_EQ(rows.size(), 2);
+    EXPECT_EQ(rows[0].title(), QStringLiteral("Own title"))
+        << "a plain container answers its own title; nodes answer parameters by overriding "
+           "getRoleData";
+    EXPECT_EQ(rows[0].description(), QStringLiteral("7 channels"));
+    EXPECT_EQ(rows[0].icon(), QStringLiteral("own-icon"));
+    EXPECT_EQ(rows[0].path(), link);
+    EXPECT_EQ(rows[0].context().path(), CMPath("/t/menu?x=1"));
+    EXPECT_EQ(rows[0].type(), int(MivoRolesType::Container));
+    EXPECT_EQ(rows[1].title(), QStringLiteral("Lost"));
+    EXPECT_EQ(rows[1].icon(), QStringLiteral("i"));
+}
+
+TEST(CMListRowsNode, LinkRowsTakeTitleAndIconFromParametersWhenTheNodeSaysSo)
+{
+    class ParamTitled : public CMListRowsNode
+    {
+    public:
+        using CMListRowsNode::CMListRowsNode;
+        QVariant getRoleData(const QString& role, const QMap<QString, QString>& params) override
+        {
+            if ((role == MivoRoles::Title() || role == MivoRoles::Icon()) && params.contains(role))
+                return params.value(role);
+            return CMListRowsNode::getRoleData(role, params);
+        }
+    };
+    CMNodes nodes;
+    CMListRowsNode root(CMPath("/t"));
+    root.setNodes(&nodes);
+    ParamTitled child(CMPath("/t/channels/filter:"));
+    child.setNodes(&nodes);
+    child.setTitle(TrString("ignored"));
+    root.rowsAppend(CMPath("/t/channels/filter:?title=Rock&icon=rock.png"));
+    CMGetRowsRequest request(CMPath("/t"));
+    root.getRowsRequest(request);
+    EXPECT_EQ(rowsOf(request).rows().value(0).title(), QStringLiteral("Rock"));
+    EXPECT_EQ(rowsOf(request).rows().value(0).icon(), QStringLiteral("rock.png"));
+}
+
+TEST(CMListRowsNode, ObserversComeAndGoAndChangesAreAnnounced)
+{
+    CMNodesWorker worker({}, QStringLiteral("Test"));
+    auto* node = new CMListRowsNode(CMPath("/t/list"), worker.nodes());
+    node->setNodes(worker.nodes());
+    QList<Notice> notices;
+    QObject::connect(&worker.subscribe(), &CMSubscribe::changed,
+                     [&](const CMPath& path, const QString& change, int count) {
+                         notices.append({path, change, count});
+                     });
+    QList<CMPath> added;
+    QList<CMPath> removed;
+    QObject::connect(node, &CMNode::rowsPathAdded, [&](const CMPath& p) { added.append(p); });
+    QObject::connect(node, &CMNode::rowsPathRemoved, [&](const CMPath& p) { removed.append(p); });
+
+    node->rowsAppend(titled(QStringLiteral("unseen")));
+    EXPECT_TRUE(notices.isEmpty()) << "nobody holds the list";
+
+    const CMPath opened("/t/list?title=A");
+    worker.connectRowsChanged(opened);
+    worker.connectRowsChanged(CMPath("/t/list?title=B"));
+    EXPECT_EQ(added.size(), 2);
+    EXPECT_EQ(node->rowsPaths().size(), 2);
+
+    node->rowsSet(0, titled(QStringLiteral("changed")));
+    node->rowsSet(5, titled(QStringLiteral("out of range"))); // logged, ignored
+    node->rowsClear();
+    ASSERT_EQ(notices.size(), 2);
+    EXPECT_EQ(notices[0].change, CMSubscribe::RowsChangeUpdate());
+    EXPECT_EQ(notices[1].change, CMSubscribe::RowsChangeReset());
+    EXPECT_EQ(notices[1].path, CMPath("/t/list"));
+    EXPECT_EQ(notices[1].count, -1);
+
+    worker.disconnectRowsChanged(opened);
+    EXPECT_EQ(removed, QList<CMPath>{opened});
+    EXPECT_EQ(node->rowsPaths(), QList<CMPath>{CMPath("/t/list?title=B")});
+    worker.disconnectRowsChanged(opened); // not held any more: no second notice
+    EXPECT_EQ(removed.size(), 1);
+}
+
+TEST(CMActivateNode, CallsItsSlotWithTheRequestQueuedWhenAsked)
+{
+    CMNodesWorker worker({}, QStringLiteral("Test"));
+    Receiver receiver;
+    CMActivateNode::create(worker.nodes(), CMPath("/t/golive"), &receiver, &Receiver::onActivated,
+                           Qt::QueuedConnection);
+    CMSetDataRequest request(CMPath("/t/golive?assetGuid=g"), MivoRoles::Activate(), QVariant());
+    EXPECT_TRUE(worker.request(request));
+    EXPECT_TRUE(receiver.activations.isEmpty()) << "queued: not yet";
+    ASSERT_TRUE(waitUntil([&] { return request.reply().isFinished(); }));
+    EXPECT_EQ(receiver.activations.value(0).path().param(QStringLiteral("assetGuid")),
+              QStringLiteral("g"));
+    EXPECT_EQ(request.reply().result().toString(), QStringLiteral("done"));
+
+    CMSetDataRequest wrongRole(CMPath("/t/golive"), MivoRoles::Title(), QStringLiteral("x"));
+    worker.request(wrongRole);
+    EXPECT_TRUE(wrongRole.reply().isError());
+}
+
+TEST(CMQueryNode, HandsTheQueryTextToQueryRequest)
+{
+    CMNodesWorker worker({}, QStringLiteral("Test"));
+    auto* node = new EchoQuery(CMPath("/t/search"), worker.nodes());
+    node->setNodes(worker.nodes());
+    CMSetDataRequest query(CMPath("/t/search"), MivoRoles::Value(), QStringLiteral("jazz"));
+    worker.request(query);
+    EXPECT_EQ(query.reply().result().toString(), QStringLiteral("results for jazz"));
+    CMGetDataRequest type(CMPath("/t/search"), MivoRoles::Type());
+    worker.request(type);
+    EXPECT_EQ(type.reply().result().toInt(), int(MivoRolesType::Query));
+}
+
+TEST(CMUnusedNodeTimer, DeletesANodeNobodyUsesButNeverOneInUse)
+{
+    CMNodesWorker worker({}, QStringLiteral("Test"));
+    QPointer<CMListRowsNode> unused = new CMListRowsNode(CMPath("/t/unused"), worker.nodes());
+    unused->setNodes(worker.nodes());
+    new CMUnusedNodeTimer(unused, 50);
+    QPointer<CMListRowsNode> held = new CMListRowsNode(CMPath("/t/held"), worker.nodes());
+    held->setNodes(worker.nodes());
+    new CMUnusedNodeTimer(held, 50);
+    QPointer<CMListRowsNode> busy = new CMListRowsNode(CMPath("/t/busy"), worker.nodes());
+    busy->setNodes(worker.nodes());
+    new CMUnusedNodeTimer(busy, 150);
+
+    worker.connectRowsChanged(CMPath("/t/held"));
+    // Requests every 50 ms keep the busy node alive well past its 150 ms.
+    for (int i = 0; i < 8; ++i) {
+        CMGetRowsRequest request(CMPath("/t/busy"));
+        worker.request(request);
+        testsupport::pump(50);
+    }
+    EXPECT_TRUE(unused.isNull());
+    EXPECT_FALSE(held.isNull());
+    EXPECT_FALSE(busy.isNull());
+    EXPECT_TRUE(waitUntil([&] { return busy.isNull(); }, 2000)) << "deleted once requests stop";
+
+    worker.disconnectRowsChanged(CMPath("/t/held"));
+    EXPECT_TRUE(waitUntil([&] { return held.isNull(); }, 2000))
+        << "released: the time starts again";
+    EXPECT_EQ(worker.nodes()->node(CMPath("/t/held")), nullptr);
+}
