@@ -1,0 +1,186 @@
+#include "sxmservice/Server.h"
+
+#include "AdminActions.h"
+#include "ErrorCodes.h"
+#include "Routes.h"
+
+#include <httplib.h>
+
+#include <mutex>
+#include <stdexcept>
+#include <thread>
+
+namespace sxm::service {
+namespace {
+
+// Enough workers that a few clients holding keep-alive connections, a delayed endpoint and a
+// streaming client do not starve each other.
+constexpr std::size_t kWorkerThreads = 16;
+constexpr time_t kKeepAliveSeconds = 2;
+
+bool isLoopback(const std::string& host)
+{
+    return host == "127.0.0.1" || host == "::1" || host == "localhost";
+}
+
+void answerUnknownPath(const httplib::Request& req, httplib::Response& res)
+{
+    if (!res.body.empty() || res.content_length_ != 0) {
+        return; // a handler's own error reply stays as it is
+    }
+    const nlohmann::json body = {{"error",
+                                  {{"code", errors::kNotFound},
+                                   {"name", "NOT_FOUND"},
+                                   {"message", "No such endpoint: " + req.method + " " + req.path +
+                                                   " (see docs/service-api.md)"}}}};
+    res.set_content(body.dump(), "application/json");
+}
+
+} // namespace
+
+struct Server::Impl
+{
+    explicit Impl(Options options)
+        : ctx(std::move(options))
+    {}
+
+    ServiceContext ctx;
+    mutable std::mutex mutex; // guards http, thread and url
+    std::unique_ptr<httplib::Server> http;
+    std::thread thread;
+    std::string url;
+};
+
+Server::Server(Options options)
+    : impl_(std::make_unique<Impl>(std::move(options)))
+{}
+
+Server::~Server()
+{
+    stop();
+}
+
+std::uint16_t Server::start(const std::string& host, std::uint16_t port)
+{
+    std::lock_guard<std::mutex> lock(impl_->mutex);
+    if (impl_->http) {
+        throw std::runtime_error("sxm-service is already running at " + impl_->url);
+    }
+    if (!isLoopback(host)) {
+        throw std::runtime_error("sxm-service serves loopback only; refusing host \"" + host +
+                                 "\"");
+    }
+    auto http = std::make_unique<httplib::Server>();
+    http->new_task_queue = [] {
+        return new httplib::ThreadPool(kWorkerThreads);
+    };
+    http->set_keep_alive_timeout(kKeepAliveSeconds);
+    http->set_error_handler(answerUnknownPath);
+    ServiceContext& ctx = impl_->ctx;
+    registerSessionRoutes(*http, ctx);
+    registerContentRoutes(*http, ctx);
+    registerPersonalRoutes(*http, ctx);
+    registerProgramDataRoutes(*http, ctx);
+    registerPlaybackRoutes(*http, ctx);
+    registerAdminRoutes(*http, ctx);
+
+    const std::string bindHost = host == "localhost" ? "127.0.0.1" : host;
+    int bound = port;
+    if (port == 0) {
+        bound = http->bind_to_any_port(bindHost);
+    } else if (!http->bind_to_port(bindHost, port)) {
+        bound = -1;
+    }
+    if (bound <= 0) {
+        throw std::runtime_error("sxm-service could not bind " + bindHost + ":" +
+                                 std::to_string(port));
+    }
+    const std::string urlHost = bindHost == "::1" ? "[::1]" : bindHost;
+    impl_->url = "http://" + urlHost + ":" + std::to_string(bound);
+    ctx.setBaseUrl(impl_->url);
+    httplib::Server* raw = http.get();
+    impl_->http = std::move(http);
+    // The socket already listens: requests made before this thread accepts wait in the backlog.
+    impl_->thread = std::thread([raw] { raw->listen_after_bind(); });
+    return static_cast<std::uint16_t>(bound);
+}
+
+void Server::stop()
+{
+    std::lock_guard<std::mutex> lock(impl_->mutex);
+    if (!impl_->http) {
+        return;
+    }
+    impl_->http->stop();
+    if (impl_->thread.joinable()) {
+        impl_->thread.join();
+    }
+    impl_->http.reset();
+    impl_->url.clear();
+    impl_->ctx.setBaseUrl({});
+}
+
+bool Server::running() const
+{
+    std::lock_guard<std::mutex> lock(impl_->mutex);
+    return impl_->http != nullptr;
+}
+
+std::string Server::url() const
+{
+    std::lock_guard<std::mutex> lock(impl_->mutex);
+    return impl_->url;
+}
+
+std::string Server::configUrl() const
+{
+    const std::string base = url();
+    return base.empty() ? base : base + "/config";
+}
+
+const Options& Server::options() const
+{
+    return impl_->ctx.options();
+}
+
+const Catalog& Server::catalog() const
+{
+    return impl_->ctx.catalog;
+}
+
+FaultState& Server::faults()
+{
+    return impl_->ctx.faults;
+}
+
+int Server::endPlayback()
+{
+    return admin::endPlayback(impl_->ctx);
+}
+
+void Server::changeFavoritesElsewhere(const std::string& user)
+{
+    admin::changeFavoritesElsewhere(impl_->ctx, user);
+}
+
+void Server::changeRecentsElsewhere(const std::string& user)
+{
+    admin::changeRecentsElsewhere(impl_->ctx, user);
+}
+
+void Server::exhaustSkips()
+{
+    admin::exhaustSkips(impl_->ctx);
+}
+
+void Server::expireSessions()
+{
+    impl_->ctx.sessions.expireAll();
+}
+
+void Server::reset()
+{
+    admin::resetService(impl_->ctx);
+}
+
+} // namespace sxm::service
