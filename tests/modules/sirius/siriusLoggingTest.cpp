@@ -1,0 +1,57 @@
+// The module's loggers and the function tracer.
+
+#include "siriusLogging.h"
+#include "logCapture.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+using sirius::test::LogCapture;
+using sirius::test::LogLine;
+
+namespace {
+
+int tracedLineOf_ = 0;
+
+int tracedFunction(int value)
+{
+    tracedLineOf_ = __LINE__ + 1;
+    SIRIUS_TRACE_FUNCTION(sirius::cbSiriusLogger());
+    if (value > 0)
+        return value; // an early return still leaves through the tracer
+    return -value;
+}
+
+} // namespace
+
+TEST(SiriusLogging, LoggersCarryTheirNames)
+{
+    EXPECT_EQ(sirius::cbSiriusLogger().getName(), "CB_Sirius");
+    EXPECT_EQ(sirius::siriusPlaylogicLogger().getName(), "SiriusPlaylogic");
+    EXPECT_EQ(sirius::siriusLibraryLogger().getName(), "SiriusLibrary");
+}
+
+TEST(SiriusLogging, TracerLogsEnterAndLeaveWithSignatureFileAndLine)
+{
+    LogCapture log(sirius::cbSiriusLogger());
+    EXPECT_EQ(tracedFunction(3), 3);
+
+    const std::vector<LogLine> lines = log.lines();
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0].message, "Enter int {anonymous}::tracedFunction(int)");
+    EXPECT_EQ(lines[1].message, "Leave int {anonymous}::tracedFunction(int)");
+    for (const LogLine& line : lines) {
+        EXPECT_EQ(line.level, log4cplus::TRACE_LOG_LEVEL);
+        EXPECT_NE(line.file.find("siriusLoggingTest.cpp"), std::string::npos) << line.file;
+        EXPECT_EQ(line.line, tracedLineOf_);
+    }
+}
+
+TEST(SiriusLogging, TracerIsSilentAboveTraceLevel)
+{
+    LogCapture log(sirius::cbSiriusLogger());
+    log4cplus::Logger(sirius::cbSiriusLogger()).setLogLevel(log4cplus::DEBUG_LOG_LEVEL);
+    tracedFunction(-1);
+    EXPECT_TRUE(log.lines().empty());
+}

@@ -1,0 +1,187 @@
+// Segment decryption through sxm_decrypt_start / sxm_decrypt_process against data encrypted with
+// libgcrypt in the test. The process-wide pass-through switch is tested in a process of its own
+// (decryptPassThroughTest.cpp), since it never switches back.
+
+#include "aesTestData.h"
+
+#include <sxmlib.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+using sirius::test::Block;
+using sirius::test::Bytes;
+using sirius::test::encryptAes128Cbc;
+using sirius::test::kTestKey;
+using sirius::test::kZeroIv;
+using sirius::test::patternBytes;
+
+namespace {
+
+class Decrypt : public ::testing::Test
+{
+protected:
+    static void SetUpTestSuite() { ASSERT_EQ(sxm_cr_init(), 1); }
+    void TearDown() override { sxm_decrypt_done(); }
+
+    static int start(const Block& key, int32_t iv)
+    {
+        sxm_decryptStart context{key.data(), static_cast<uint32_t>(key.size()), 0, iv};
+        return sxm_decrypt_start(&context);
+    }
+
+    // Decrypts the first `length` bytes of `input` (modified in place) into a fresh buffer; the
+    // buffer is cut to the count delivered.
+    static Bytes process(Bytes& input, std::size_t length)
+    {
+        Bytes output(length, 0xEE);
+        sxm_decryptProcess context{input.data(), static_cast<uint32_t>(length), output.data()};
+        const int delivered = sxm_decrypt_process(&context);
+        EXPECT_GE(delivered, 0);
+        output.resize(static_cast<std::size_t>(std::max(delivered, 0)));
+        return output;
+    }
+};
+
+Bytes slice(const Bytes& bytes, std::size_t from, std::size_t count)
+{
+    return Bytes(bytes.begin() + from, bytes.begin() + from + count);
+}
+
+} // namespace
+
+TEST_F(Decrypt, KeyLengthIsAes128)
+{
+    EXPECT_EQ(sxm_cipher_get_algo_keylen(), 16);
+}
+
+TEST_F(Decrypt, TwentyBytesDeliverTheFirstSixteen)
+{
+    const Bytes plain = patternBytes(32, 1);
+    Bytes cipher = encryptAes128Cbc(kTestKey, kZeroIv, plain);
+    ASSERT_EQ(start(kTestKey, 0), 1);
+
+    EXPECT_EQ(process(cipher, 20), slice(plain, 0, 16));
+}
+
+TEST_F(Decrypt, FifteenBytesDeliverNothing)
+{
+    Bytes cipher = encryptAes128Cbc(kTestKey, kZeroIv, patternBytes(16, 1));
+    ASSERT_EQ(start(kTestKey, 0), 1);
+
+    EXPECT_TRUE(process(cipher, 15).empty());
+}
+
+TEST_F(Decrypt, ChainingContinuesWhenThePartialBlockIsPresentedAgain)
+{
+    const Bytes plain = patternBytes(64, 9);
+    const Bytes cipher = encryptAes128Cbc(kTestKey, kZeroIv, plain);
+    ASSERT_EQ(start(kTestKey, 0), 1);
+
+    Bytes first = slice(cipher, 0, 20);
+    EXPECT_EQ(process(first, 20), slice(plain, 0, 16));
+    // The library presents the 4 undelivered bytes again, followed by the rest.
+    Bytes rest = slice(cipher, 16, 48);
+    EXPECT_EQ(process(rest, 48), slice(plain, 16, 48));
+}
+
+TEST_F(Decrypt, OutputMayBeTheInputBuffer)
+{
+    const Bytes plain = patternBytes(48, 3);
+    Bytes data = encryptAes128Cbc(kTestKey, kZeroIv, plain);
+    ASSERT_EQ(start(kTestKey, 0), 1);
+
+    sxm_decryptProcess context{data.data(), static_cast<uint32_t>(data.size()), data.data()};
+    EXPECT_EQ(sxm_decrypt_process(&context), 48);
+    EXPECT_EQ(data, plain);
+}
+
+TEST_F(Decrypt, EachStartBeginsANewChain)
+{
+    const Bytes plain = patternBytes(32, 5);
+    const Bytes cipher = encryptAes128Cbc(kTestKey, kZeroIv, plain);
+    for (int segment = 0; segment < 2; ++segment) {
+        ASSERT_EQ(start(kTestKey, 0), 1);
+        Bytes copy = cipher;
+        EXPECT_EQ(process(copy, copy.size()), plain) << "segment " << segment;
+    }
+}
+
+struct IvCase
+{
+    int32_t value;
+    Block vector; // written out by hand: the value sign-extended, big-endian over 16 bytes
+};
+
+class DecryptIv : public Decrypt, public ::testing::WithParamInterface<IvCase>
+{
+};
+
+TEST_P(DecryptIv, InitializationValueBecomesTheVector)
+{
+    const Bytes plain = patternBytes(32, 11);
+    Bytes cipher = encryptAes128Cbc(kTestKey, GetParam().vector, plain);
+    ASSERT_FALSE(cipher.empty());
+    ASSERT_EQ(start(kTestKey, GetParam().value), 1);
+
+    EXPECT_EQ(process(cipher, cipher.size()), plain);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Values, DecryptIv,
+    ::testing::Values(IvCase{1, {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x01}},
+                      IvCase{0x01020304,
+                             {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x01, 0x02, 0x03, 0x04}},
+                      IvCase{-2,
+                             {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
+                              0xFF, 0xFF, 0xFF, 0xFF, 0xFE}},
+                      IvCase{INT32_MIN,
+                             {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
+                              0xFF, 0x80, 0, 0, 0}}));
+
+TEST_F(Decrypt, NothingIsDeliveredOnceTheSegmentIsDone)
+{
+    Bytes cipher = encryptAes128Cbc(kTestKey, kZeroIv, patternBytes(32, 1));
+    ASSERT_EQ(start(kTestKey, 0), 1);
+    EXPECT_EQ(sxm_decrypt_done(), 1);
+
+    EXPECT_TRUE(process(cipher, 32).empty());
+}
+
+TEST_F(Decrypt, WrongKeyLengthFailsAndNothingIsDecrypted)
+{
+    const uint8_t shortKey[15] = {1};
+    sxm_decryptStart context{shortKey, sizeof(shortKey), 0, 0};
+    EXPECT_EQ(sxm_decrypt_start(&context), 0);
+
+    Bytes cipher = encryptAes128Cbc(kTestKey, kZeroIv, patternBytes(32, 1));
+    EXPECT_TRUE(process(cipher, 32).empty());
+}
+
+TEST_F(Decrypt, KeylessStartWithAnIvDoesNotSwitchDecryptionOff)
+{
+    // Only a zero vector together with no key means "not encrypted"; this start is just unusable.
+    sxm_decryptStart context{nullptr, 0, 1, 0};
+    EXPECT_EQ(sxm_decrypt_start(&context), 0);
+    context = sxm_decryptStart{nullptr, 0, 0, 5};
+    EXPECT_EQ(sxm_decrypt_start(&context), 0);
+
+    Bytes data = patternBytes(32, 1);
+    EXPECT_TRUE(process(data, 32).empty()) << "data must not pass through undecrypted";
+}
+
+TEST_F(Decrypt, MissingContextsOrBuffersAreRefused)
+{
+    EXPECT_EQ(sxm_decrypt_start(nullptr), 0);
+    EXPECT_EQ(sxm_decrypt_process(nullptr), 0);
+
+    const uint8_t* noKey = nullptr;
+    sxm_decryptStart keyless{noKey, 16, 0, 0};
+    EXPECT_EQ(sxm_decrypt_start(&keyless), 0);
+
+    ASSERT_EQ(start(kTestKey, 0), 1);
+    Bytes input = patternBytes(32, 1);
+    sxm_decryptProcess noOutput{input.data(), 32, nullptr};
+    EXPECT_EQ(sxm_decrypt_process(&noOutput), 0);
+}

@@ -1,0 +1,486 @@
+// The HTTP hooks against a loopback server that sets cookies and answers GET and POST.
+
+#include "httpCookies.h"
+#include "logCapture.h"
+#include "siriusLogging.h"
+
+#include <sxmlib.h>
+
+#include <curl/curl.h>
+#include <gtest/gtest.h>
+#include <httplib.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr char kEmptyUrl[] = "Unable to connect to SiriusXM. Empty url";
+constexpr char kConnectionFailed[] =
+    "Unable to connect to SiriusXM. Check your Internet connection";
+
+// What the server saw of the last request.
+struct SeenRequest
+{
+    std::string method;
+    std::string body;
+    std::string contentType;
+    std::string cookie;
+};
+
+class LoopbackServer
+{
+public:
+    LoopbackServer()
+    {
+        server_.Get("/cookies",
+                    [this](const httplib::Request& request, httplib::Response& response) {
+                        record(request);
+                        response.headers.emplace("Set-Cookie", "session=abc123; Path=/");
+                        response.headers.emplace("Set-Cookie", "region=us; Path=/");
+                        response.set_content("cookies set", "text/plain");
+                    });
+        server_.Get("/hello", [this](const httplib::Request& request, httplib::Response& response) {
+            record(request);
+            response.set_content("hello", "text/plain");
+        });
+        server_.Post("/echo", [this](const httplib::Request& request, httplib::Response& response) {
+            record(request);
+            response.set_content(request.body, "application/json");
+        });
+        server_.Get("/missing",
+                    [this](const httplib::Request& request, httplib::Response& response) {
+                        record(request);
+                        response.status = 404;
+                        response.set_content("no such thing", "text/plain");
+                    });
+        server_.Get("/slow", [this](const httplib::Request& request, httplib::Response& response) {
+            record(request);
+            std::this_thread::sleep_for(std::chrono::seconds(3));
+            response.set_content("late", "text/plain");
+        });
+        port_ = server_.bind_to_any_port("127.0.0.1");
+        thread_ = std::thread([this] { server_.listen_after_bind(); });
+    }
+
+    ~LoopbackServer()
+    {
+        // stop() only takes effect once the accept loop runs.
+        while (!server_.is_running())
+            std::this_thread::yield();
+        server_.stop();
+        thread_.join();
+    }
+
+    std::string url(const std::string& path) const
+    {
+        return "http://127.0.0.1:" + std::to_string(port_) + path;
+    }
+
+    SeenRequest lastRequest() const
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return last_;
+    }
+
+private:
+    void record(const httplib::Request& request)
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        last_ =
+            SeenRequest{request.method, request.body, request.get_header_value("Content-Type"), {}};
+        // Every Cookie line, in the order sent, joined with " | ".
+        const auto cookies = request.headers.equal_range("Cookie");
+        for (auto line = cookies.first; line != cookies.second; ++line)
+            last_.cookie += (last_.cookie.empty() ? "" : " | ") + line->second;
+    }
+
+    httplib::Server server_;
+    int port_ = 0;
+    std::thread thread_;
+    mutable std::mutex mutex_;
+    SeenRequest last_;
+};
+
+// A loopback port on which nothing listens: bound (never listened on) to learn a free number,
+// then released.
+int closedPort()
+{
+    const int probe = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof(address);
+    int port = 0;
+    if (probe >= 0 && ::bind(probe, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0 &&
+        ::getsockname(probe, reinterpret_cast<sockaddr*>(&address), &length) == 0)
+        port = ntohs(address.sin_port);
+    if (probe >= 0)
+        ::close(probe);
+    return port;
+}
+
+size_t appendToString(char* data, size_t size, size_t count, void* target)
+{
+    static_cast<std::string*>(target)->append(data, size * count);
+    return size * count;
+}
+
+struct CurlHandleCleanup
+{
+    void operator()(void* handle) const { sirius_HT_cleanup(handle); }
+};
+
+// A library-side context as the client library keeps one: a handle of its own, buffers for the
+// body, the headers and the error text.
+class HttpExchange
+{
+public:
+    explicit HttpExchange(bool withHandle = true)
+        : handle_(withHandle ? sirius_HT_init() : nullptr)
+    {
+        std::memset(&context, 0, sizeof(context));
+        prepare();
+    }
+    ~HttpExchange() { sirius_HT_clearCtxData(&context); }
+
+    // Clears the context (cookies included) and points it at this exchange's buffers again.
+    void prepare()
+    {
+        sirius_HT_clearCtxData(&context);
+        body.clear();
+        headers.clear();
+        std::memset(errorText, 0, sizeof(errorText));
+        context.handle = handle_.get();
+        context.writeFunction = appendToString;
+        context.writeData = &body;
+        context.headerFunction = appendToString;
+        context.headerData = &headers;
+        context.errorText = errorText;
+        context.timeout = 10;
+        context.connectTimeout = 5;
+    }
+
+    int get(const std::string& url)
+    {
+        url_ = url;
+        context.url = url_.c_str();
+        context.isPost = 0;
+        return sirius_HT_Request(&context);
+    }
+
+    int post(const std::string& url, const char* postBody)
+    {
+        url_ = url;
+        context.url = url_.c_str();
+        context.isPost = 1;
+        context.body = postBody;
+        return sirius_HT_Request(&context);
+    }
+
+    std::vector<std::string> keptCookies() const
+    {
+        std::vector<std::string> lines;
+        for (const sirius_HT_cookie* node = context.cookies; node; node = node->next)
+            lines.emplace_back(node->line);
+        return lines;
+    }
+
+    CURL* handle() const { return static_cast<CURL*>(handle_.get()); }
+
+    sirius_HT_ctx context;
+    std::string body;
+    std::string headers;
+    char errorText[SIRIUS_HT_ERROR_TEXT_SIZE];
+
+private:
+    std::unique_ptr<void, CurlHandleCleanup> handle_;
+    std::string url_;
+};
+
+std::vector<std::string> cookieEngineLines(CURL* handle)
+{
+    curl_slist* list = nullptr;
+    EXPECT_EQ(curl_easy_getinfo(handle, CURLINFO_COOKIELIST, &list), CURLE_OK);
+    std::vector<std::string> lines;
+    for (const curl_slist* line = list; line; line = line->next)
+        lines.emplace_back(line->data);
+    curl_slist_free_all(list);
+    return lines;
+}
+
+sirius_HT_cookie* newKeptCookie(const char* line)
+{
+    auto* node = static_cast<sirius_HT_cookie*>(std::calloc(1, sizeof(sirius_HT_cookie)));
+    node->line = static_cast<char*>(std::calloc(std::strlen(line) + 2, 1));
+    std::strcpy(node->line, line);
+    return node;
+}
+
+} // namespace
+
+TEST(HttpTransport, EmptyOrMissingUrlFailsWithoutARequest)
+{
+    for (const char* url : {static_cast<const char*>(nullptr), ""}) {
+        HttpExchange exchange;
+        exchange.context.url = url;
+        exchange.context.responseCode = 777;
+        EXPECT_EQ(sirius_HT_Request(&exchange.context), 0);
+        EXPECT_EQ(exchange.context.errorCode, -3);
+        EXPECT_STREQ(exchange.errorText, kEmptyUrl);
+        EXPECT_EQ(exchange.context.responseCode, 777) << "no request, so no response code";
+        EXPECT_EQ(exchange.context.failed, 0);
+    }
+}
+
+TEST(HttpTransport, MissingErrorBufferStillSetsTheCode)
+{
+    HttpExchange exchange;
+    exchange.context.errorText = nullptr;
+    exchange.context.url = "";
+    EXPECT_EQ(sirius_HT_Request(&exchange.context), 0);
+    EXPECT_EQ(exchange.context.errorCode, -3);
+}
+
+TEST(HttpTransport, NullContextIsRefused)
+{
+    EXPECT_EQ(sirius_HT_Request(nullptr), 0);
+}
+
+TEST(HttpTransport, GetDeliversBodyHeadersAndStatusWithoutABody)
+{
+    LoopbackServer server;
+    HttpExchange exchange;
+
+    EXPECT_EQ(exchange.get(server.url("/hello")), CURLE_OK);
+
+    EXPECT_EQ(exchange.body, "hello");
+    EXPECT_EQ(exchange.headers.rfind("HTTP/1.1 200", 0), 0u) << exchange.headers;
+    EXPECT_EQ(exchange.context.responseCode, 200);
+    EXPECT_EQ(exchange.context.failed, 0);
+    const SeenRequest seen = server.lastRequest();
+    EXPECT_EQ(seen.method, "GET");
+    EXPECT_TRUE(seen.body.empty());
+    EXPECT_EQ(seen.contentType, "application/json");
+    EXPECT_EQ(seen.cookie, "application/json") << "the fixed line, and no cookies yet";
+}
+
+TEST(HttpTransport, PostSendsTheBodyAsJson)
+{
+    LoopbackServer server;
+    HttpExchange exchange;
+    const char* body = R"({"user":"ann","zip":"94107"})";
+
+    EXPECT_EQ(exchange.post(server.url("/echo"), body), CURLE_OK);
+
+    const SeenRequest seen = server.lastRequest();
+    EXPECT_EQ(seen.method, "POST");
+    EXPECT_EQ(seen.body, body);
+    EXPECT_EQ(seen.contentType, "application/json");
+    EXPECT_EQ(exchange.body, body);
+}
+
+TEST(HttpTransport, PostWithoutBodySendsAnEmptyOne)
+{
+    LoopbackServer server;
+    HttpExchange exchange;
+
+    EXPECT_EQ(exchange.post(server.url("/echo"), nullptr), CURLE_OK);
+
+    EXPECT_EQ(server.lastRequest().method, "POST");
+    EXPECT_TRUE(server.lastRequest().body.empty());
+    EXPECT_EQ(exchange.context.responseCode, 200);
+}
+
+TEST(HttpTransport, GetAfterPostOnTheSameHandleIsAGetAgain)
+{
+    LoopbackServer server;
+    HttpExchange exchange;
+    ASSERT_EQ(exchange.post(server.url("/echo"), "{}"), CURLE_OK);
+
+    exchange.prepare();
+    EXPECT_EQ(exchange.get(server.url("/hello")), CURLE_OK);
+
+    EXPECT_EQ(server.lastRequest().method, "GET");
+}
+
+TEST(HttpTransport, ErrorStatusIsAResponseNotAFailure)
+{
+    LoopbackServer server;
+    HttpExchange exchange;
+
+    EXPECT_EQ(exchange.get(server.url("/missing")), CURLE_OK);
+
+    EXPECT_EQ(exchange.context.responseCode, 404);
+    EXPECT_EQ(exchange.context.failed, 0);
+    EXPECT_EQ(exchange.context.errorCode, 0);
+    EXPECT_EQ(exchange.body, "no such thing");
+}
+
+TEST(HttpTransport, RefusedConnectionIsReportedAsFailed)
+{
+    HttpExchange exchange;
+    const int port = closedPort();
+    ASSERT_NE(port, 0);
+    const std::string url = "http://127.0.0.1:" + std::to_string(port) + "/hello";
+
+    EXPECT_EQ(exchange.get(url), CURLE_COULDNT_CONNECT);
+
+    EXPECT_EQ(exchange.context.failed, 1);
+    EXPECT_EQ(exchange.context.errorCode, -2);
+    EXPECT_STREQ(exchange.errorText, kConnectionFailed);
+    EXPECT_EQ(exchange.context.responseCode, 0);
+}
+
+TEST(HttpTransport, WholeRequestTimeoutAppliesToASlowAnswer)
+{
+    LoopbackServer server;
+    HttpExchange exchange;
+    exchange.context.timeout = 1;
+
+    EXPECT_EQ(exchange.get(server.url("/slow")), CURLE_OPERATION_TIMEDOUT);
+
+    EXPECT_EQ(exchange.context.failed, 1);
+    EXPECT_EQ(exchange.context.errorCode, -2);
+}
+
+TEST(HttpTransport, FailedFlagIsClearedBySuccess)
+{
+    LoopbackServer server;
+    HttpExchange exchange;
+    exchange.context.failed = 1;
+
+    EXPECT_EQ(exchange.get(server.url("/hello")), CURLE_OK);
+
+    EXPECT_EQ(exchange.context.failed, 0);
+}
+
+TEST(HttpTransport, MissingCallbacksDiscardTheResponse)
+{
+    LoopbackServer server;
+    HttpExchange exchange;
+    exchange.context.writeFunction = nullptr;
+    exchange.context.headerFunction = nullptr;
+
+    EXPECT_EQ(exchange.get(server.url("/hello")), CURLE_OK);
+
+    EXPECT_EQ(exchange.context.responseCode, 200);
+    EXPECT_TRUE(exchange.body.empty());
+}
+
+TEST(HttpTransport, CookiesAreKeptInCurlsOrderWithTwoZeroBytesAfterEachLine)
+{
+    LoopbackServer server;
+    HttpExchange exchange;
+
+    ASSERT_EQ(exchange.get(server.url("/cookies")), CURLE_OK);
+
+    const std::vector<std::string> kept = exchange.keptCookies();
+    ASSERT_EQ(kept.size(), 2u);
+    EXPECT_EQ(kept, cookieEngineLines(exchange.handle()));
+    EXPECT_NE(kept[0].find("\tsession\tabc123"), std::string::npos) << kept[0];
+    EXPECT_NE(kept[1].find("\tregion\tus"), std::string::npos) << kept[1];
+    for (const sirius_HT_cookie* node = exchange.context.cookies; node; node = node->next)
+        EXPECT_EQ(node->line[std::strlen(node->line) + 1], '\0');
+}
+
+TEST(HttpTransport, KeptCookiesTravelBackThroughTheSameHandle)
+{
+    LoopbackServer server;
+    HttpExchange exchange;
+    ASSERT_EQ(exchange.get(server.url("/cookies")), CURLE_OK);
+
+    exchange.prepare();
+    ASSERT_EQ(exchange.get(server.url("/hello")), CURLE_OK);
+
+    // curl's engine sends the kept cookies in a line of its own, ahead of the fixed line.
+    EXPECT_EQ(server.lastRequest().cookie, "session=abc123; region=us | application/json");
+    EXPECT_EQ(exchange.keptCookies().size(), 2u) << "the handle still holds both cookies";
+}
+
+TEST(HttpTransport, RequestWithoutHandleUsesAOneOffHandle)
+{
+    LoopbackServer server;
+    HttpExchange exchange(/*withHandle=*/false);
+
+    ASSERT_EQ(exchange.get(server.url("/cookies")), CURLE_OK);
+
+    EXPECT_EQ(exchange.context.handle, nullptr) << "the one-off handle is not stored";
+    EXPECT_EQ(exchange.body, "cookies set");
+    EXPECT_EQ(exchange.keptCookies().size(), 2u);
+}
+
+TEST(HttpTransport, NonEmptyCookieListIsKeptIntactAndTheErrorLogged)
+{
+    LoopbackServer server;
+    HttpExchange exchange;
+    sirius::test::LogCapture log(sirius::siriusLibraryLogger());
+    sirius_HT_cookie* existing = newKeptCookie("127.0.0.1\tFALSE\t/\tFALSE\t0\told\tvalue");
+    exchange.context.cookies = existing;
+
+    EXPECT_EQ(exchange.get(server.url("/cookies")), CURLE_OK);
+
+    EXPECT_EQ(exchange.context.cookies, existing);
+    EXPECT_EQ(existing->next, nullptr);
+    EXPECT_STREQ(existing->line, "127.0.0.1\tFALSE\t/\tFALSE\t0\told\tvalue");
+    EXPECT_EQ(exchange.body, "cookies set") << "the request itself still went through";
+    const auto errors = log.linesContaining("still holds cookies");
+    ASSERT_EQ(errors.size(), 1u);
+    EXPECT_EQ(errors[0].level, log4cplus::ERROR_LOG_LEVEL);
+}
+
+TEST(HttpTransport, AddCookiesWithNoCookiesLeavesTheListAlone)
+{
+    HttpExchange exchange;
+    sirius_HT_cookie* existing = newKeptCookie("x");
+    exchange.context.cookies = existing;
+    sirius::test::LogCapture log(sirius::siriusLibraryLogger());
+
+    addCookies(&exchange.context, exchange.handle());
+
+    EXPECT_EQ(exchange.context.cookies, existing);
+    EXPECT_TRUE(log.linesContaining("still holds cookies").empty())
+        << "nothing was lost, so nothing to report";
+}
+
+TEST(HttpTransport, ClearCtxDataZeroesEveryFieldAndFreesTheCookies)
+{
+    HttpExchange exchange;
+    sirius_HT_ctx& context = exchange.context;
+    context.url = "http://example.invalid/";
+    context.body = "{}";
+    context.isPost = 1;
+    context.errorCode = -2;
+    context.failed = 1;
+    context.responseCode = 503;
+    context.cookies = newKeptCookie("a");
+    context.cookies->next = newKeptCookie("b");
+
+    sirius_HT_clearCtxData(&context);
+
+    const sirius_HT_ctx zero{};
+    EXPECT_EQ(std::memcmp(&context, &zero, sizeof(zero)), 0);
+    // The handle was forgotten, not cleaned up: the exchange still owns it and frees it.
+    sirius_HT_clearCtxData(nullptr);
+}
+
+TEST(HttpTransport, NullHandlesAreIgnored)
+{
+    sirius_HT_reset(nullptr);
+    sirius_HT_cleanup(nullptr);
+    void* handle = sirius_HT_init();
+    ASSERT_NE(handle, nullptr);
+    sirius_HT_reset(handle);
+    sirius_HT_cleanup(handle);
+}
