@@ -168,7 +168,7 @@ private:
             base.inactivityTimeout = (i % 3 == 0) ? 3600 : (i % 7 == 1 ? 5400 : 0);
 
             std::vector<int> genreIndexes = {primary};
-            if (genreCount > 1 && i % 5 == 1) {
+            if (genreCount > 1 && (i % 5 == 1 || i % 17 == 3)) {
                 genreIndexes.push_back((primary + 1) % genreCount);
             }
             if (genreCount > 3 && i % 17 == 3) {
