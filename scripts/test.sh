@@ -18,9 +18,6 @@ bash scripts/install-deps.sh
 
 jobs=$(nproc 2>/dev/null || echo 2)
 export CTEST_OUTPUT_ON_FAILURE=1
-# Qt's glib event dispatcher hides its locking from TSan; the plain Unix dispatcher does not.
-export QT_NO_GLIB=1
-export QT_QPA_PLATFORM=offscreen
 
 build_and_test() {
   local name=$1 sanitizer=$2; shift 2
@@ -35,11 +32,8 @@ build_and_test() {
 start=$(date +%s)
 build_and_test plain none
 if [ "$quick" -eq 0 ]; then
-  ASAN_OPTIONS="detect_leaks=1:abort_on_error=1:strict_string_checks=1" \
-  UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1" \
-  LSAN_OPTIONS="suppressions=$root/tests/lsan.supp:print_suppressions=0" \
-    build_and_test asan asan
-  TSAN_OPTIONS="suppressions=$root/tests/tsan.supp:halt_on_error=1:second_deadlock_stack=1" \
-    build_and_test tsan tsan -L threaded
+  # The sanitizer options come with each test (cmake/SiriusTesting.cmake).
+  build_and_test asan asan
+  build_and_test tsan tsan -L threaded
 fi
 echo "== all tests passed in $(( $(date +%s) - start )) s"

@@ -118,14 +118,20 @@ TEST(CMReply, DestroyedContextIsNeverCalled)
     testsupport::pump();
     EXPECT_FALSE(called);
 
-    // Destroyed while the queued call is on its way.
+    // Destroyed on its own thread before the completion is delivered there.
     LoopThread loop;
+    CMReply<QObject*> made;
+    cmPost(loop.context, [made] { made.setResult(new QObject); });
+    ASSERT_TRUE(made.waitForFinished(5000));
+    QObject* doomed = made.result();
     CMReply<int> second;
-    auto* doomed = new QObject;
-    doomed->moveToThread(&loop.thread);
     second.onSuccess(doomed, [&](int) { called = true; });
-    QMetaObject::invokeMethod(
-        doomed, [doomed] { delete doomed; }, Qt::BlockingQueuedConnection);
+    CMVoidReply deleted;
+    cmPost(doomed, [doomed, deleted] {
+        delete doomed;
+        deleted.setResult();
+    });
+    ASSERT_TRUE(deleted.waitForFinished(5000));
     second.setResult(2);
     testsupport::pump();
     EXPECT_FALSE(called);

@@ -49,21 +49,21 @@ TEST(ExampleWorker, AnswersGetRowsEndToEndFromItsOwnThread)
 {
     QThread workerThread;
     workerThread.start();
-    ExampleWorker* worker = nullptr;
-    // Built on its thread, as a host builds a module's worker.
+    // Built on its thread, as a host builds a module's worker; the pointer comes back through a
+    // reply, which orders the hand-over (also for ThreadSanitizer).
     QObject anchor;
     anchor.moveToThread(&workerThread);
-    QMetaObject::invokeMethod(
-        &anchor,
-        [&] {
-            worker = new ExampleWorker({{QStringLiteral("k"), 1}});
-        },
-        Qt::BlockingQueuedConnection);
+    CMReply<ExampleWorker*> created;
+    cmPost(&anchor, [created] {
+        created.setResult(new ExampleWorker({{QStringLiteral("k"), 1}}));
+    });
+    ASSERT_TRUE(created.waitForFinished(5000));
+    ExampleWorker* worker = created.result();
     ASSERT_NE(worker, nullptr);
     EXPECT_EQ(worker->thread(), &workerThread);
 
     const auto send = [&](const CMRequest& request) {
-        QMetaObject::invokeMethod(worker, [worker, request] { worker->request(request); });
+        cmPost(worker, [worker, request] { worker->request(request); });
         EXPECT_TRUE(request.reply().waitForFinished(5000));
         return MivoRowsRoles(request.reply().result().toHash());
     };
@@ -81,8 +81,12 @@ TEST(ExampleWorker, AnswersGetRowsEndToEndFromItsOwnThread)
     send(unknown);
     EXPECT_TRUE(unknown.reply().isError());
 
-    QMetaObject::invokeMethod(
-        worker, [worker] { delete worker; }, Qt::BlockingQueuedConnection);
+    CMVoidReply deleted;
+    cmPost(worker, [worker, deleted] {
+        delete worker;
+        deleted.setResult();
+    });
+    ASSERT_TRUE(deleted.waitForFinished(5000));
     workerThread.quit();
     workerThread.wait();
 }

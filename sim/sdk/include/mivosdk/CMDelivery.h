@@ -19,3 +19,11 @@ void deliver(const QPointer<QObject>& context, bool hasContext, Qt::ConnectionTy
              std::function<void()> fn);
 
 } // namespace cm_detail
+
+/// Runs `fn` on `context`'s thread, queued, unless the context is destroyed first. Use it instead
+/// of QMetaObject::invokeMethod for work handed to another thread: everything the caller wrote
+/// before the call is visibly ordered before `fn` runs, also for ThreadSanitizer.
+inline void cmPost(QObject* context, std::function<void()> fn)
+{
+    cm_detail::deliver(context, true, Qt::QueuedConnection, std::move(fn));
+}
