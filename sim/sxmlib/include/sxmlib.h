@@ -198,8 +198,9 @@ typedef struct sxm_content
     int32_t xmChannelNumber;
     int32_t geoRestrictions; /* non-zero: the channel may be refused outside its region */
     int32_t sortOrder;
-    int32_t
-        inactivityTimeout; /* minutes without user activity after which playback stops; 0 none */
+    /* seconds without user activity (the host's system idle time) after which playback stops;
+     * 0: never */
+    int32_t inactivityTimeout;
     sxm_bool isAvailable;
     sxm_bool isFavorite;
     sxm_bool isXtra;
@@ -279,15 +280,17 @@ typedef struct sxm_errorNotification
     const char* errorString;     /* user-readable text, may be null */
 } sxm_errorNotification;
 
-/* Progress of the current stream. Timestamps are milliseconds since 1970-01-01 UTC. */
+/* Progress of the current stream. Timestamps are SECONDS since 1970-01-01 UTC and the duration
+ * is in MILLISECONDS: the integrator computes play-time offsets as (current - start) * 1000 and
+ * compares durations in milliseconds. */
 typedef struct sxm_timebarData
 {
-    int64_t startTimestamp;   /* start of the rewind window (live) or of the episode */
+    int64_t startTimestamp;   /* start of the current segment (track, or the episode) */
     int64_t currentTimestamp; /* what the listener hears now */
     int64_t bufferTimestamp;  /* the newest audio the library holds */
-    int32_t duration;         /* seconds the bar spans */
+    int32_t duration;         /* milliseconds: length of the current segment */
     int32_t irNavClass;       /* enum sxm_irNavClass */
-    int64_t* segments;        /* start times of the segments (tracks) within the bar */
+    int64_t* segments;        /* start times (seconds) of the segments within the rewind window */
     int32_t segmentCount;
     sxm_bool isLive;
 } sxm_timebarData;
