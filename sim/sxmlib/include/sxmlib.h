@@ -493,7 +493,8 @@ int sxm_getPrevSegmentTime(char* buffer, int size);
 int sxm_getNextSegmentTime(char* buffer, int size);
 /* Jumps to the live point of the current live stream. */
 void sxm_triggerGoLive(void);
-/* The position the listener hears, in seconds since the start of the stream. */
+/* The streamer's play time: milliseconds of audio the listener has heard since the playback
+ * started (the integrator's streamer clock, truncated to 32 bits). */
 void sxm_on_playTimeChanged(int playTime);
 /* The integrator has sent what it took: offer the next audio through the playback-data callback.
  * 1 on success, 0 when nothing is playing. */
