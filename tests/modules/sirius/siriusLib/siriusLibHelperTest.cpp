@@ -1,0 +1,186 @@
+#include "siriusLib/siriusLibHelper.h"
+#include "siriusLogging.h"
+
+#include "logCapture.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+sxm_content channelRecord()
+{
+    static sxm_logo logos[] = {{"png", "http://x/100.png", 100, 100}, {"png", nullptr, 50, 50}};
+    sxm_content content{};
+    content.assetType = SXM_ASSET_LIVE_CHANNEL;
+    content.assetGuid = "guid-\xe9"; // an identifier: its bytes are taken as they are (Latin-1)
+    content.category = "Rock";
+    content.genre = "Caf\xc3\xa9 Hits"; // UTF-8 "Café Hits"
+    content.genreKey = "cafe";
+    content.title = "M\xc3\xbcller \xe2\x80\xa2 Live"; // UTF-8 "Müller • Live"
+    content.description = nullptr;
+    content.logos = logos;
+    content.logoCount = 2;
+    content.channelId = "ch2";
+    content.siriusChannelNumber = 2;
+    content.isXtra = 7; // any non-zero value is true
+    content.inactivityTimeout = 3600;
+    return content;
+}
+
+} // namespace
+
+TEST(SiriusLibHelper, ContentTextsDecodeAsUtf8OrLatin1AndNullsStayEmpty)
+{
+    sxm_content record = channelRecord();
+    const MivoSiriusContent content = SiriusLibHelper::sxmContentToMivo(&record);
+    EXPECT_EQ(content.title(), QStringLiteral("Müller • Live"));
+    EXPECT_EQ(content.genre(), QStringLiteral("Café Hits"));
+    EXPECT_EQ(content.assetGuid(), QStringLiteral("guid-é")) << "byte 0xE9 read as Latin-1";
+    EXPECT_TRUE(content.description().isEmpty());
+    EXPECT_FALSE(content.hasEntry(MivoSiriusContent::Description())) << "a null text sets nothing";
+    EXPECT_TRUE(content.isXtra());
+    EXPECT_FALSE(content.isFavorite());
+    EXPECT_EQ(content.inactivityTimeout(), 3600);
+    ASSERT_EQ(content.logos().size(), 2);
+    EXPECT_EQ(content.logos()[0].url(), QStringLiteral("http://x/100.png"));
+    EXPECT_TRUE(content.logos()[1].url().isEmpty());
+    EXPECT_EQ(content.logos()[1].width(), 50);
+
+    EXPECT_TRUE(SiriusLibHelper::sxmContentToMivo(nullptr).isEmpty());
+    record.logos = nullptr; // a count without an array is not followed
+    EXPECT_TRUE(SiriusLibHelper::sxmContentToMivo(&record).logos().isEmpty());
+}
+
+TEST(SiriusLibHelper, OnlyCode37StopsPlaybackAndBypassFlagsAreKept)
+{
+    for (int code : {36, 37, 38, 0}) {
+        sxm_errorNotification notification{};
+        notification.libraryErrorCode = code;
+        notification.isGupUnavailable = 1;
+        notification.isPausePoinUnavailableCheck = 2;
+        notification.loggedDuringBypass = 1;
+        notification.errorString = "Stream \xe9nded";
+        const MivoSiriusErrorNotification mivo =
+            SiriusLibHelper::sxmErrorNotificationToMivo(&notification);
+        EXPECT_EQ(mivo.playbackStop(), code == 37) << code;
+        EXPECT_EQ(mivo.libraryErrorCode(), code);
+        EXPECT_TRUE(mivo.bypassStatus().isGupUnavailable());
+        EXPECT_FALSE(mivo.bypassStatus().isGupIdUnavailable());
+        EXPECT_TRUE(mivo.bypassStatus().isPausePoinUnavailableCheck());
+        EXPECT_TRUE(mivo.bypassStatus().loggedDuringBypass());
+        EXPECT_EQ(mivo.libraryErrorString(), QStringLiteral("Stream énded"));
+    }
+}
+
+TEST(SiriusLibHelper, TimebarSegmentsCopyInOrder)
+{
+    int64_t segments[] = {10, 5000000000LL, 30};
+    sxm_timebarData timebar{};
+    timebar.startTimestamp = 100;
+    timebar.currentTimestamp = 190;
+    timebar.duration = 180000;
+    timebar.irNavClass = SXM_IRNAV_RESTRICTED;
+    timebar.segments = segments;
+    timebar.segmentCount = 3;
+    timebar.isLive = 1;
+    MivoSiriusTimebar mivo = SiriusLibHelper::sxmTimebarDataToMivo(&timebar);
+    EXPECT_EQ(mivo.segments(), (MivoList<long long>{10, 5000000000LL, 30}));
+    EXPECT_EQ(mivo.currentTimestamp() - mivo.startTimestamp(), 90);
+    EXPECT_EQ(mivo.irNavClass(), MivoSiriusIrNavClass::Restricted);
+    EXPECT_TRUE(mivo.isLive());
+
+    timebar.segmentCount = 0;
+    EXPECT_TRUE(SiriusLibHelper::sxmTimebarDataToMivo(&timebar).segments().isEmpty());
+    EXPECT_TRUE(
+        SiriusLibHelper::sxmTimebarDataToMivo(&timebar).hasEntry(MivoSiriusTimebar::Segments()));
+}
+
+TEST(SiriusLibHelper, TrackMetadataCutsAndFavoritesConvert)
+{
+    sxm_trackMetadata track{};
+    track.artist = "Bj\xf6rk"; // Latin-1
+    track.track = "Army";
+    track.albumArtUrl = "http://x/art.jpg";
+    track.albumArtWidth = 300;
+    track.albumArtHeight = 200;
+    const MivoSiriusTrackMetadata metadata = SiriusLibHelper::sxmTrackMetadataToMivo(&track);
+    EXPECT_EQ(metadata.artist(), QStringLiteral("Björk"));
+    EXPECT_EQ(metadata.albumArt().url(), QStringLiteral("http://x/art.jpg"));
+    EXPECT_EQ(metadata.albumArt().height(), 200);
+    EXPECT_TRUE(metadata.album().isEmpty());
+
+    sxm_pdt_cuts cut{1763800000123LL, 240, "ch9", "Title", nullptr, "Album"};
+    const MivoSiriusPdtCut mivoCut = SiriusLibHelper::sxmPdtCutToMivo(&cut);
+    EXPECT_EQ(mivoCut.time(), 1763800000123LL);
+    EXPECT_EQ(mivoCut.channelId(), QStringLiteral("ch9"));
+    EXPECT_TRUE(mivoCut.artist().isEmpty());
+
+    sxm_favorite favorite{"g", SXM_ASSET_SHOW, "Name", "ch1", "show", 0, SXM_FAVORITE_REMOVED};
+    const MivoSiriusFavorite mivoFavorite = SiriusLibHelper::sxmFavoriteToMivo(&favorite);
+    EXPECT_EQ(mivoFavorite.assetType(), MivoSiriusAssetType::Show);
+    EXPECT_EQ(mivoFavorite.changeType(), MivoSiriusFavoriteChangeType::Removed);
+}
+
+TEST(SiriusLibHelper, NullLibraryRecordsGiveEmptyValuesAndAnErrorLine)
+{
+    sirius::test::LogCapture log(sirius::siriusLibraryLogger());
+    EXPECT_TRUE(SiriusLibHelper::sxmTrackMetadataToMivo(nullptr).isEmpty());
+    EXPECT_TRUE(SiriusLibHelper::sxmPdtCutToMivo(nullptr).isEmpty());
+    EXPECT_TRUE(SiriusLibHelper::sxmFavoriteToMivo(nullptr).isEmpty());
+    EXPECT_TRUE(SiriusLibHelper::sxmErrorNotificationToMivo(nullptr).isEmpty());
+    EXPECT_TRUE(SiriusLibHelper::sxmTimebarDataToMivo(nullptr).isEmpty());
+    EXPECT_EQ(log.linesContaining("The library passed no").size(), 5u);
+
+    sxm_timebarData broken{};
+    broken.segmentCount = 4; // but no array
+    EXPECT_TRUE(SiriusLibHelper::sxmTimebarDataToMivo(&broken).segments().isEmpty());
+    EXPECT_EQ(log.linesContaining("segments without data").size(), 1u);
+}
+
+TEST(SiriusLibHelper, HostRecordsPointIntoTheKeptUtf8Copies)
+{
+    QList<QByteArray> keep;
+    MivoSiriusFavorite favorite;
+    favorite.setAssetGuid(QStringLiteral("g1"))
+        .setAssetType(MivoSiriusAssetType::Category)
+        .setChannelId(QStringLiteral("chä"))
+        .setChangeType(MivoSiriusFavoriteChangeType::Removed);
+    const sxm_favorite record = SiriusLibHelper::mivoFavoriteToSxm(favorite, &keep);
+    EXPECT_STREQ(record.assetGuid, "g1");
+    EXPECT_STREQ(record.channelId, "ch\xc3\xa4");
+    EXPECT_STREQ(record.assetName, "") << "an unset text is an empty text, not a null pointer";
+    EXPECT_EQ(record.assetType, 4);
+    EXPECT_EQ(record.changeType, 1);
+    EXPECT_EQ(record.reserved, 0);
+    EXPECT_EQ(keep.size(), 4);
+
+    MivoSiriusPlayable playable;
+    playable.setChannelId(QStringLiteral("c"))
+        .setAccessControlId(QStringLiteral("a"))
+        .setTimestamp(QStringLiteral("2026-11-22T10:00:00.000Z"))
+        .setAssetGuid(QStringLiteral("g"))
+        .setMode(MivoSiriusContentMode::OnDemand)
+        .setPlayLive(true);
+    auto data = [](void*, unsigned char*, int, unsigned int, unsigned int*) {
+        return 0;
+    };
+    keep.clear();
+    const sxm_playRequest request =
+        SiriusLibHelper::mivoPlayableToSxm(playable, data, nullptr, &keep);
+    EXPECT_EQ(request.context, nullptr);
+    EXPECT_STREQ(request.timestamp, "2026-11-22T10:00:00.000Z");
+    EXPECT_STREQ(request.baseUrl, "");
+    EXPECT_EQ(request.mode, 1);
+    EXPECT_EQ(request.playLive, 1);
+    EXPECT_EQ(request.playbackData, +data);
+    EXPECT_EQ(request.metadataState, nullptr);
+    EXPECT_EQ(keep.size(), 6)
+        << "channel id, access control id, timestamp, asset guid, base url, icon";
+    EXPECT_EQ(keep.at(2), QByteArray("2026-11-22T10:00:00.000Z"));
+
+    sirius::test::LogCapture log(sirius::siriusLibraryLogger());
+    const sxm_favorite noKeep = SiriusLibHelper::mivoFavoriteToSxm(favorite, nullptr);
+    EXPECT_EQ(noKeep.assetGuid, nullptr);
+    EXPECT_EQ(noKeep.assetType, 4);
+    EXPECT_EQ(log.linesContaining("without a list").size(), 1u);
+}
