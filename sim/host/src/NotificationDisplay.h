@@ -1,0 +1,35 @@
+#pragma once
+// Thread contract: the command may be invoked on any thread; popups() is safe from any thread;
+// shown() is emitted on the display's own thread (the host's main thread).
+
+#include <mivosdk/CMReply.h>
+#include <mivosdk/MivoNotificationDisplayItem.h>
+
+#include <QList>
+#include <QObject>
+#include <mutex>
+
+class CMMemoryRoot;
+
+/// The host's notification display: serves MivoNotificationDisplayOpenPath(), records every
+/// pop-up a module opens and announces it for printing.
+class NotificationDisplay : public QObject
+{
+    Q_OBJECT
+public:
+    explicit NotificationDisplay(CMMemoryRoot& root, QObject* parent = nullptr);
+    ~NotificationDisplay() override;
+
+    /// Every pop-up so far, oldest first.
+    QList<MivoNotificationDisplayItem> popups() const;
+
+signals:
+    void shown(const MivoNotificationDisplayItem& item);
+
+private:
+    void open(const QVariant& args, const CMVoidReply& reply);
+
+    CMMemoryRoot& m_root;
+    mutable std::mutex m_mutex; ///< guards m_popups
+    QList<MivoNotificationDisplayItem> m_popups;
+};

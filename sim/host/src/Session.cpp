@@ -1,0 +1,922 @@
+#include "Session.h"
+
+#include "EmbeddedService.h"
+#include "HostRoot.h"
+#include "JsonValues.h"
+#include "ModuleLocator.h"
+#include "NotificationDisplay.h"
+#include "PathAliases.h"
+#include "Player.h"
+#include "Streamer.h"
+#include "WorkerHost.h"
+
+#include <mivosdk/CMSubscribe.h>
+#include <mivosdk/MivoPaths.h>
+#include <mivosdk/MivoRowsRoles.h>
+#include <mivosdk/MivoValue.h>
+#include <mivosdk/MivoWorkerEntry.h>
+#include <mivosdk/PlayLogicBase.h>
+
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QTimer>
+
+namespace {
+
+/// How often a wait looks at its condition; well below anything a user notices.
+constexpr int WaitPollMs = 10;
+/// Redirects followed before a list is taken to loop.
+constexpr int MaxRedirects = 5;
+/// How long the end of a playback waits for the streamer to stop.
+constexpr int StopWaitMs = 5000;
+/// How deep the demo looks for something playable.
+constexpr int DemoDepth = 3;
+
+QString textOf(const QVariant& value)
+{
+    // Titles come as text, or as a translatable text's hash.
+    if (value.type() == QVariant::Hash)
+        return TrString::fromHash(value.toHash()).toString();
+    return value.toString();
+}
+
+} // namespace
+
+Session::Session(const HostOptions& options, HostRoot& root, Output& output, QObject* parent)
+    : QObject(parent)
+    , m_options(options)
+    , m_root(root)
+    , m_output(output)
+    , m_display(std::make_unique<NotificationDisplay>(root))
+    , m_player(std::make_unique<Player>(root, output))
+{
+    connect(m_display.get(), &NotificationDisplay::shown, this,
+            [this](const MivoNotificationDisplayItem& item) { m_output.popup(item); });
+}
+
+Session::~Session()
+{
+    m_interrupted = false;
+    if (m_worker) {
+        stopPlayback();
+        if (!m_openList.isEmpty())
+            m_worker->closeRows(m_openList);
+    }
+    // The worker goes first: it may still use the streamer, the display and the root.
+    m_worker.reset();
+    m_streamer.reset();
+}
+
+// --- plumbing
+
+void Session::reportError(const QString& name, const QString& message)
+{
+    m_output.error(CMError(name, TrString(message), TrString("mivo-host")));
+}
+
+void Session::reportError(const CMError& error)
+{
+    m_output.error(error);
+}
+
+void Session::interrupt()
+{
+    m_interrupted = true;
+}
+
+bool Session::waitUntil(const std::function<bool()>& done, int timeoutMs)
+{
+    QElapsedTimer elapsed;
+    elapsed.start();
+    QEventLoop loop;
+    QTimer poll;
+    poll.setInterval(WaitPollMs);
+    connect(&poll, &QTimer::timeout, &loop, &QEventLoop::quit);
+    poll.start();
+    while (!done()) {
+        if (m_interrupted || (timeoutMs >= 0 && elapsed.elapsed() >= timeoutMs))
+            return false;
+        loop.exec();
+    }
+    return true;
+}
+
+bool Session::request(const CMRequest& request, QVariant* value)
+{
+    if (!ensureWorker())
+        return false;
+    m_worker->send(request);
+    const CMReply<QVariant> reply = request.reply();
+    // The worker host answers every request within its time-out; an interrupt still waits for
+    // that, so that the reply is not abandoned half-way.
+    const bool interrupted = m_interrupted;
+    m_interrupted = false;
+    waitUntil([&reply] { return reply.isFinished(); });
+    m_interrupted = m_interrupted || interrupted;
+    if (reply.isSucceeded()) {
+        if (value)
+            *value = reply.result();
+        return true;
+    }
+    if (reply.isCancelled())
+        reportError(QStringLiteral("Cancelled"),
+                    QStringLiteral("The module cancelled the request"));
+    else
+        reportError(reply.error());
+    return false;
+}
+
+bool Session::checkArgs(const CommandArgs& args, int minimum, int maximum,
+                        const QStringList& options, const QString& usage)
+{
+    const QString unknown = args.unknownOption(options);
+    const int count = args.positional().size();
+    if (unknown.isEmpty() && count >= minimum && (maximum < 0 || count <= maximum))
+        return true;
+    reportError(QStringLiteral("Usage"),
+                unknown.isEmpty()
+                    ? QStringLiteral("Usage: %1").arg(usage)
+                    : QStringLiteral("Unknown option --%1. Usage: %2").arg(unknown, usage));
+    return false;
+}
+
+bool Session::parsePath(const QString& text, CMPath* path)
+{
+    QString error;
+    if (resolvePath(text, path, &error))
+        return true;
+    reportError(QStringLiteral("Usage"), error);
+    return false;
+}
+
+bool Session::parseCount(const QString& text, const QString& what, int* value)
+{
+    bool ok = false;
+    const int number = text.toInt(&ok);
+    if (ok && number >= 0) {
+        *value = number;
+        return true;
+    }
+    reportError(
+        QStringLiteral("Usage"),
+        QStringLiteral("%1 must be a whole number of 0 or more, not \"%2\"").arg(what, text));
+    return false;
+}
+
+// --- start-up of the module's world
+
+bool Session::startStreamer()
+{
+    if (m_streamer)
+        return true;
+    auto streamer = std::make_unique<Streamer>(m_root);
+    streamer->setSpeed(m_options.speed);
+    QString error;
+    if (!streamer->listen(&error)) {
+        reportError(QStringLiteral("Streamer"), error);
+        return false;
+    }
+    m_streamer = std::move(streamer);
+    return true;
+}
+
+bool Session::startService()
+{
+    const QString url = m_options.serviceUrl;
+    auto configUrl = [](const QString& value) {
+        return MivoValue().setString(value).__variant();
+    };
+    if (url == QLatin1String("none"))
+        return true;
+    if (!url.isEmpty()) {
+        const QString config =
+            url.endsWith(QLatin1String("/config")) ? url : url + QStringLiteral("/config");
+        m_root.setTransient(MivoSiriusSettingsConfigUrlPath(), configUrl(config));
+        return true;
+    }
+    if (!EmbeddedService::isAvailable()) {
+        m_output.note(QStringLiteral("Note: no --service given and this mivo-host has no "
+                                     "embedded service; the stored configuration URL is used."));
+        return true;
+    }
+    auto service = std::make_unique<EmbeddedService>();
+    QString error;
+    if (!service->start(&error)) {
+        reportError(QStringLiteral("Service"), error);
+        return false;
+    }
+    m_root.setTransient(MivoSiriusSettingsConfigUrlPath(), configUrl(service->configUrl()));
+    // A fresh machine signs in with the embedded service's demo account.
+    const MivoSiriusAccount stored =
+        MivoValue(m_root.getValue(MivoSiriusSettingsAccountPath()).toHash()).siriusAccount();
+    if (stored.password().isEmpty()) {
+        MivoSiriusAccount demo;
+        demo.setUsername(EmbeddedService::demoUser()).setPassword(EmbeddedService::demoPassword());
+        m_root.setTransient(MivoSiriusSettingsAccountPath(),
+                            MivoValue().setSiriusAccount(demo).__variant());
+    }
+    m_service = std::move(service);
+    return true;
+}
+
+bool Session::ensureWorker()
+{
+    if (m_worker)
+        return true;
+    QString file = m_options.module;
+    if (file.isEmpty()) {
+        file = findDefaultModule();
+        if (file.isEmpty()) {
+            reportError(QStringLiteral("ModuleMissing"),
+                        QStringLiteral("This command needs the cb_sirius module, which was not "
+                                       "found (looked for %1). Build it (cmake --build <build> "
+                                       "--target cb_sirius) or pass --module FILE.")
+                            .arg(defaultModuleCandidates().join(QStringLiteral(", "))));
+            return false;
+        }
+    }
+    if (!m_options.logConfig.isEmpty()) {
+        if (!QFileInfo(m_options.logConfig).isFile()) {
+            reportError(QStringLiteral("Usage"),
+                        QStringLiteral("Log configuration not found: %1").arg(m_options.logConfig));
+            return false;
+        }
+        qputenv("SIRIUS_LOG_CONFIG",
+                QFile::encodeName(QFileInfo(m_options.logConfig).absoluteFilePath()));
+    }
+    QString error;
+    std::unique_ptr<ModuleLibrary> module = ModuleLibrary::load(file, &error);
+    if (!module) {
+        reportError(QStringLiteral("ModuleLoad"), error);
+        return false;
+    }
+    if (!startStreamer() || !startService())
+        return false;
+
+    QVariantHash settings = m_options.workerSettings;
+    settings.insert(MivoWorkerSettingStreamUrlPrefix(), m_streamer->streamUrlPrefix());
+    auto worker = std::make_unique<WorkerHost>(std::move(module));
+    worker->setRequestTimeout(m_options.timeoutMs);
+    if (!worker->start(settings, &error)) {
+        reportError(QStringLiteral("ModuleLoad"), error);
+        return false;
+    }
+    connect(worker.get(), &WorkerHost::rowsChanged, this, &Session::onRowsChanged);
+    m_worker = std::move(worker);
+    return true;
+}
+
+// --- lists
+
+bool Session::readRows(const CMPath& path, int offset, int count, RowsPage* page, bool quiet)
+{
+    if (!ensureWorker())
+        return false;
+    CMPath current = path;
+    for (int hop = 0; hop <= MaxRedirects; ++hop) {
+        CMGetRowsRequest rows(current, offset, count);
+        m_worker->send(rows);
+        const CMReply<QVariant> reply = rows.reply();
+        waitUntil([&reply] { return reply.isFinished(); });
+        if (!reply.isSucceeded()) {
+            if (!quiet)
+                reportError(reply.error());
+            return false;
+        }
+        const MivoRowsRoles answer(reply.result().toHash());
+        if (answer.isRedirect()) {
+            current = answer.rowsRedirect();
+            continue;
+        }
+        page->path = current;
+        page->rows = answer.rows();
+        page->offset = answer.offset();
+        page->total = answer.hasEntry(MivoRowsRoles::Total()) ? answer.total() : -1;
+        // The title is the list node's own; a list without one is shown untitled.
+        CMGetDataRequest title(current, MivoRoles::Title());
+        m_worker->send(title);
+        const CMReply<QVariant> titleReply = title.reply();
+        waitUntil([&titleReply] { return titleReply.isFinished(); });
+        page->title = titleReply.isSucceeded() ? textOf(titleReply.result()) : QString();
+        return true;
+    }
+    if (!quiet)
+        reportError(QStringLiteral("Redirect"), QStringLiteral("More than %1 redirects from %2")
+                                                    .arg(MaxRedirects)
+                                                    .arg(path.toEncoded()));
+    return false;
+}
+
+void Session::openListAt(const CMPath& path)
+{
+    if (m_openList == path)
+        return;
+    if (!m_openList.isEmpty())
+        m_worker->closeRows(m_openList);
+    m_openList = path;
+    m_worker->openRows(path);
+}
+
+void Session::remember(const RowsPage& page)
+{
+    for (const MivoRoles& row : page.rows) {
+        if (!row.path().isEmpty())
+            m_seenRows.insert(row.path(), row);
+    }
+}
+
+bool Session::showList(const CMPath& path, int offset, int count, RowsPage* shown)
+{
+    RowsPage page;
+    if (!readRows(path, offset, count, &page))
+        return false;
+    openListAt(page.path);
+    remember(page);
+    m_output.rows(page);
+    if (shown)
+        *shown = page;
+    return true;
+}
+
+void Session::onRowsChanged(const CMPath& path, const QString& change, int count)
+{
+    if (m_openList.isEmpty())
+        return;
+    const CMPath open = m_openList.withoutParams();
+    const CMPath changed = path.withoutParams();
+    if (change == CMSubscribe::RowsChangeClose() && (open == changed || open.startsWith(changed))) {
+        const CMPath closed = m_openList;
+        m_worker->closeRows(closed);
+        m_openList = CMPath();
+        m_output.closed(closed);
+        emit listClosed(closed);
+        return;
+    }
+    if (open != changed)
+        return;
+    m_output.changed(m_openList, change, count);
+    emit listChanged(m_openList, change, count);
+}
+
+// --- playing
+
+bool Session::findPlayableInParent(const CMPath& path, MivoRoles* roles)
+{
+    QStringList segments = path.segments();
+    if (segments.size() < 2)
+        return false;
+    segments.removeLast();
+    RowsPage page;
+    if (!readRows(CMPath(segments), 0, -1, &page, true))
+        return false;
+    for (const MivoRoles& row : page.rows) {
+        if (row.path() == path) {
+            *roles = row;
+            return true;
+        }
+    }
+    return false;
+}
+
+bool Session::findFirstPlayable(const CMPath& list, MivoRoles* roles)
+{
+    RowsPage page;
+    if (!readRows(list, 0, -1, &page, true))
+        return false;
+    remember(page);
+    for (const MivoRoles& row : page.rows) {
+        if (row.type() == MivoRolesType::Audio) {
+            *roles = row;
+            return true;
+        }
+    }
+    return false;
+}
+
+bool Session::resolvePlayable(const QString& text, MivoRoles* roles)
+{
+    const int hash = text.lastIndexOf(QLatin1Char('#'));
+    if (hash > 0) {
+        CMPath list;
+        int number = 0;
+        if (!parsePath(text.left(hash), &list) ||
+            !parseCount(text.mid(hash + 1), QStringLiteral("The row number"), &number))
+            return false;
+        RowsPage page;
+        if (!readRows(list, 0, -1, &page))
+            return false;
+        if (number < 1 || number > page.rows.size()) {
+            reportError(QStringLiteral("Usage"),
+                        QStringLiteral("%1 has %2 rows; there is no row %3")
+                            .arg(list.toEncoded())
+                            .arg(page.rows.size())
+                            .arg(number));
+            return false;
+        }
+        remember(page);
+        *roles = page.rows.at(number - 1);
+        return true;
+    }
+    CMPath path;
+    if (!parsePath(text, &path) || !ensureWorker())
+        return false;
+    if (m_seenRows.contains(path)) {
+        *roles = m_seenRows.value(path);
+        return true;
+    }
+    if (findPlayableInParent(path, roles) || findFirstPlayable(path, roles))
+        return true;
+    reportError(QStringLiteral("NotPlayable"),
+                QStringLiteral("Nothing playable at %1: give a playable row's path, a list, or "
+                               "LIST#N")
+                    .arg(path.toEncoded()));
+    return false;
+}
+
+bool Session::startPlaying(const MivoRoles& roles)
+{
+    const CMPath playLogic = roles.mediaData().metaData().playLogicPath();
+    if (playLogic.isEmpty()) {
+        reportError(
+            QStringLiteral("NotPlayable"),
+            QStringLiteral("\"%1\" names no play logic in its media data").arg(roles.title()));
+        return false;
+    }
+    if (!ensureWorker())
+        return false;
+    m_player->follow(playLogic);
+    MivoPlayLogicPlayArgs args;
+    args.setId(roles.id()).setMediaRoles(roles);
+    return request(CMSetDataRequest(playLogic, PlayLogicBase::Play(), args.__variant()));
+}
+
+bool Session::playLogicCommand(const QString& role)
+{
+    return request(
+        CMSetDataRequest(m_player->playLogicPath(), role, MivoPlayLogicPlayArgs().__variant()));
+}
+
+void Session::stopPlayback()
+{
+    if (!m_worker || !m_streamer)
+        return;
+    const bool playing = m_player->data().state() != MivoPlayLogicState::Stopped ||
+                         m_streamer->state() != Streamer::State::Stopped;
+    if (!playing)
+        return;
+    playLogicCommand(PlayLogicBase::Stop());
+    waitUntil([this] { return m_streamer->state() == Streamer::State::Stopped; }, StopWaitMs);
+}
+
+bool Session::activate(const CMPath& path)
+{
+    return request(CMSetDataRequest(path, MivoRoles::Activate(), QVariant()));
+}
+
+bool Session::search(const QString& text, RowsPage* results)
+{
+    QVariant value;
+    if (!request(CMGetDataRequest(MivoSiriusBrowsePath(), MivoRoles::SearchPath()), &value))
+        return false;
+    const CMPath container = CMPath::fromEncoded(value.toString());
+    RowsPage page;
+    if (container.isEmpty() || !readRows(container, 0, -1, &page))
+        return false;
+    CMPath query;
+    for (const MivoRoles& row : page.rows) {
+        if (row.type() == MivoRolesType::Query) {
+            query = row.path();
+            break;
+        }
+    }
+    if (query.isEmpty()) {
+        reportError(QStringLiteral("NoSearch"),
+                    QStringLiteral("The search container %1 holds no query node")
+                        .arg(container.toEncoded()));
+        return false;
+    }
+    QVariant answer;
+    if (!request(CMSetDataRequest(query, MivoRoles::Value(), text), &answer))
+        return false;
+    return showList(CMPath::fromEncoded(answer.toString()), 0, -1, results);
+}
+
+// --- commands
+
+const QHash<QString, Session::Command>& Session::commands()
+{
+    static const QHash<QString, Command> table = {
+        {QStringLiteral("paths"), &Session::cmdPaths},
+        {QStringLiteral("rows"), &Session::cmdRows},
+        {QStringLiteral("data"), &Session::cmdData},
+        {QStringLiteral("set"), &Session::cmdSet},
+        {QStringLiteral("login"), &Session::cmdLogin},
+        {QStringLiteral("logout"), &Session::cmdLogout},
+        {QStringLiteral("search"), &Session::cmdSearch},
+        {QStringLiteral("play"), &Session::cmdPlay},
+        {QStringLiteral("pause"), &Session::cmdPause},
+        {QStringLiteral("stop"), &Session::cmdStop},
+        {QStringLiteral("next"), &Session::cmdNext},
+        {QStringLiteral("previous"), &Session::cmdPrevious},
+        {QStringLiteral("golive"), &Session::cmdGoLive},
+        {QStringLiteral("watch"), &Session::cmdWatch},
+        {QStringLiteral("idle"), &Session::cmdIdle},
+        {QStringLiteral("wait"), &Session::cmdWait},
+        {QStringLiteral("messages"), &Session::cmdMessages},
+        {QStringLiteral("run"), &Session::cmdRun},
+        {QStringLiteral("demo"), &Session::cmdDemo},
+    };
+    return table;
+}
+
+bool Session::execute(const CommandArgs& args)
+{
+    const Command command = commands().value(args.command());
+    if (!command) {
+        reportError(QStringLiteral("Usage"),
+                    QStringLiteral("Unknown command \"%1\" (see --help)").arg(args.command()));
+        return false;
+    }
+    return (this->*command)(args);
+}
+
+bool Session::executeLine(const QString& line)
+{
+    QStringList words;
+    QStringList rest;
+    QString error;
+    if (!splitLine(line, &words, &rest, &error)) {
+        reportError(QStringLiteral("Usage"), error);
+        return false;
+    }
+    if (words.isEmpty())
+        return true;
+    return execute(CommandArgs(words, rest));
+}
+
+bool Session::cmdPaths(const CommandArgs& args)
+{
+    if (!checkArgs(args, 0, 0, {}, QStringLiteral("paths")))
+        return false;
+    QJsonObject json;
+    QStringList text;
+    auto add = [&](const QString& name, const CMPath& path) {
+        json.insert(name, path.toEncoded());
+        text << QStringLiteral("%1  %2").arg(name, -14).arg(path.toEncoded());
+    };
+    for (const auto& alias : pathAliases())
+        add(alias.first, alias.second);
+    add(QStringLiteral("streamer"), MivoStreamerDefaultPrefixPath());
+    add(QStringLiteral("streamerData"), MivoStreamerDefaultPrefixPath() + MivoStreamerDataPath());
+    add(QStringLiteral("notification"), MivoNotificationDisplayOpenPath());
+    add(QStringLiteral("idleTime"), MivoSystemIdleTimePath());
+    add(QStringLiteral("mac"), MivoNetworkStateCurrentMAC());
+    add(QStringLiteral("accountSetting"), MivoSiriusSettingsAccountPath());
+    add(QStringLiteral("configUrl"), MivoSiriusSettingsConfigUrlPath());
+    m_output.item(QStringLiteral("paths"), json, text.join(QLatin1Char('\n')));
+    return true;
+}
+
+bool Session::cmdRows(const CommandArgs& args)
+{
+    const QString usage = QStringLiteral("rows PATH [--offset N] [--count N]");
+    if (!checkArgs(args, 1, 1, {QStringLiteral("offset"), QStringLiteral("count")}, usage))
+        return false;
+    CMPath path;
+    int offset = 0;
+    int count = -1;
+    if (!parsePath(args.arg(0), &path))
+        return false;
+    if (args.hasOption(QStringLiteral("offset")) &&
+        !parseCount(args.option(QStringLiteral("offset")), QStringLiteral("--offset"), &offset))
+        return false;
+    if (args.hasOption(QStringLiteral("count")) &&
+        !parseCount(args.option(QStringLiteral("count")), QStringLiteral("--count"), &count))
+        return false;
+    return showList(path, offset, count);
+}
+
+bool Session::cmdData(const CommandArgs& args)
+{
+    if (!checkArgs(args, 2, 2, {}, QStringLiteral("data PATH ROLE")))
+        return false;
+    CMPath path;
+    QVariant value;
+    if (!parsePath(args.arg(0), &path) || !request(CMGetDataRequest(path, args.arg(1)), &value))
+        return false;
+    const QJsonValue json = jsonvalues::toJson(value);
+    m_output.item(QStringLiteral("data"),
+                  QJsonObject{{QStringLiteral("path"), path.toEncoded()},
+                              {QStringLiteral("role"), args.arg(1)},
+                              {QStringLiteral("value"), json}},
+                  QStringLiteral("%1 = %2").arg(args.arg(1), jsonvalues::compact(json)));
+    return true;
+}
+
+bool Session::cmdSet(const CommandArgs& args)
+{
+    if (!checkArgs(args, 3, -1, {}, QStringLiteral("set PATH ROLE JSON")))
+        return false;
+    CMPath path;
+    if (!parsePath(args.arg(0), &path))
+        return false;
+    QVariant value;
+    QString error;
+    if (!jsonvalues::parse(args.restFrom(2), &value, &error)) {
+        reportError(QStringLiteral("Usage"), error);
+        return false;
+    }
+    QVariant result;
+    if (!request(CMSetDataRequest(path, args.arg(1), value), &result))
+        return false;
+    const QJsonValue json = jsonvalues::toJson(result);
+    m_output.item(QStringLiteral("set"),
+                  QJsonObject{{QStringLiteral("path"), path.toEncoded()},
+                              {QStringLiteral("role"), args.arg(1)},
+                              {QStringLiteral("result"), json}},
+                  result.isValid() ? QStringLiteral("OK: %1").arg(jsonvalues::compact(json))
+                                   : QStringLiteral("OK"));
+    return true;
+}
+
+bool Session::setAccount(const QString& user, const QString& password)
+{
+    MivoSiriusAccount account;
+    account.setUsername(user).setPassword(password);
+    return request(CMSetDataRequest(MivoSiriusAccountPath(), MivoRoles::Value(),
+                                    MivoValue().setSiriusAccount(account).__variant()));
+}
+
+bool Session::cmdLogin(const CommandArgs& args)
+{
+    if (!checkArgs(args, 2, 2, {}, QStringLiteral("login USER PASSWORD")) ||
+        !setAccount(args.arg(0), args.arg(1)))
+        return false;
+    m_output.item(QStringLiteral("login"), QJsonObject{{QStringLiteral("user"), args.arg(0)}},
+                  QStringLiteral("Signed in as %1").arg(args.arg(0)));
+    return true;
+}
+
+bool Session::cmdLogout(const CommandArgs& args)
+{
+    if (!checkArgs(args, 0, 0, {}, QStringLiteral("logout")) || !setAccount(QString(), QString()))
+        return false;
+    m_output.item(QStringLiteral("logout"), QJsonObject(), QStringLiteral("Signed out"));
+    return true;
+}
+
+bool Session::cmdSearch(const CommandArgs& args)
+{
+    if (!checkArgs(args, 1, -1, {}, QStringLiteral("search TEXT")))
+        return false;
+    return search(args.restFrom(0));
+}
+
+bool Session::cmdPlay(const CommandArgs& args)
+{
+    const QString usage = QStringLiteral("play PATH [--seconds S] [--out F]");
+    if (!checkArgs(args, 1, 1, {QStringLiteral("seconds"), QStringLiteral("out")}, usage))
+        return false;
+    int seconds = -1;
+    if (args.hasOption(QStringLiteral("seconds")) &&
+        !parseCount(args.option(QStringLiteral("seconds")), QStringLiteral("--seconds"), &seconds))
+        return false;
+    QFile out(args.option(QStringLiteral("out")));
+    if (args.hasOption(QStringLiteral("out")) &&
+        !out.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+        reportError(QStringLiteral("Usage"),
+                    QStringLiteral("Cannot write %1: %2").arg(out.fileName(), out.errorString()));
+        return false;
+    }
+    MivoRoles roles;
+    if (!resolvePlayable(args.arg(0), &roles) || !ensureWorker())
+        return false;
+    m_streamer->setOutput(out.isOpen() ? &out : nullptr);
+
+    // The playback is over when the streamer went from playing back to stopped (the end of the
+    // stream, or an error); a time limit or Ctrl-C ends it sooner.
+    bool active = false;
+    bool ended = false;
+    const QMetaObject::Connection watch =
+        connect(m_streamer.get(), &Streamer::stateChanged, this, [&](Streamer::State state) {
+            if (state != Streamer::State::Stopped)
+                active = true;
+            else if (active)
+                ended = true;
+        });
+    const bool started = startPlaying(roles);
+    if (started)
+        waitUntil([&ended] { return ended; }, seconds < 0 ? -1 : seconds * 1000);
+    disconnect(watch);
+    const bool interrupted = m_interrupted;
+    m_interrupted = false;
+    stopPlayback();
+    m_interrupted = interrupted;
+    m_streamer->setOutput(nullptr);
+    out.close();
+    if (!started)
+        return false;
+    const Streamer::Statistics stats = m_streamer->statistics();
+    m_output.item(QStringLiteral("played"),
+                  QJsonObject{{QStringLiteral("path"), roles.path().toEncoded()},
+                              {QStringLiteral("title"), roles.title()},
+                              {QStringLiteral("bytes"), double(stats.bytesPlayed)},
+                              {QStringLiteral("ms"), double(stats.playTimeMs)},
+                              {QStringLiteral("firstFrameMs"), double(stats.firstFrameMs)},
+                              {QStringLiteral("firstByteMs"), double(stats.firstByteMs)}},
+                  QStringLiteral("Played %1 bytes (%2 s) of \"%3\"; first audio after %4 ms")
+                      .arg(stats.bytesPlayed)
+                      .arg(stats.playTimeMs / 1000.0)
+                      .arg(roles.title())
+                      .arg(stats.firstByteMs));
+    return !m_player->streamerData().hasError();
+}
+
+bool Session::cmdPause(const CommandArgs& args)
+{
+    return checkArgs(args, 0, 0, {}, QStringLiteral("pause")) &&
+           playLogicCommand(PlayLogicBase::Pause());
+}
+
+bool Session::cmdStop(const CommandArgs& args)
+{
+    return checkArgs(args, 0, 0, {}, QStringLiteral("stop")) &&
+           playLogicCommand(PlayLogicBase::Stop());
+}
+
+bool Session::cmdNext(const CommandArgs& args)
+{
+    return checkArgs(args, 0, 0, {}, QStringLiteral("next")) &&
+           playLogicCommand(PlayLogicBase::Next());
+}
+
+bool Session::cmdPrevious(const CommandArgs& args)
+{
+    return checkArgs(args, 0, 0, {}, QStringLiteral("previous")) &&
+           playLogicCommand(PlayLogicBase::Previous());
+}
+
+bool Session::cmdGoLive(const CommandArgs& args)
+{
+    return checkArgs(args, 0, 0, {}, QStringLiteral("golive")) && activate(MivoSiriusGoLivePath());
+}
+
+bool Session::cmdWatch(const CommandArgs& args)
+{
+    if (!checkArgs(args, 2, 2, {}, QStringLiteral("watch PATH SECONDS")))
+        return false;
+    CMPath path;
+    int seconds = 0;
+    RowsPage page;
+    if (!parsePath(args.arg(0), &path) ||
+        !parseCount(args.arg(1), QStringLiteral("SECONDS"), &seconds) ||
+        !showList(path, 0, -1, &page))
+        return false;
+    bool closed = false;
+    bool stale = false;
+    const QMetaObject::Connection changes =
+        connect(this, &Session::listChanged, this, [&stale] { stale = true; });
+    const QMetaObject::Connection close =
+        connect(this, &Session::listClosed, this, [&closed] { closed = true; });
+    QElapsedTimer elapsed;
+    elapsed.start();
+    while (!closed && !m_interrupted && elapsed.elapsed() < seconds * 1000) {
+        waitUntil([&] { return stale || closed; }, seconds * 1000 - int(elapsed.elapsed()));
+        if (stale && !closed) {
+            stale = false;
+            RowsPage updated;
+            if (readRows(page.path, 0, -1, &updated)) {
+                remember(updated);
+                m_output.rows(updated);
+            }
+        }
+    }
+    disconnect(changes);
+    disconnect(close);
+    return true;
+}
+
+bool Session::cmdIdle(const CommandArgs& args)
+{
+    int seconds = 0;
+    if (!checkArgs(args, 1, 1, {}, QStringLiteral("idle SECONDS")) ||
+        !parseCount(args.arg(0), QStringLiteral("SECONDS"), &seconds))
+        return false;
+    m_root.setValue(MivoSystemIdleTimePath(), MivoValue().setInt(seconds).__variant());
+    m_output.item(QStringLiteral("idle"), QJsonObject{{QStringLiteral("seconds"), seconds}},
+                  QStringLiteral("System idle time: %1 s").arg(seconds));
+    return true;
+}
+
+bool Session::cmdWait(const CommandArgs& args)
+{
+    int seconds = 0;
+    if (!checkArgs(args, 1, 1, {}, QStringLiteral("wait SECONDS")) ||
+        !parseCount(args.arg(0), QStringLiteral("SECONDS"), &seconds))
+        return false;
+    waitUntil([] { return false; }, seconds * 1000);
+    return true;
+}
+
+bool Session::cmdMessages(const CommandArgs& args)
+{
+    if (!checkArgs(args, 0, 0, {}, QStringLiteral("messages")))
+        return false;
+    const QList<MivoNotificationDisplayItem> popups = m_display->popups();
+    if (popups.isEmpty())
+        m_output.note(QStringLiteral("No pop-ups so far."));
+    for (const MivoNotificationDisplayItem& item : popups)
+        m_output.popup(item);
+    return true;
+}
+
+bool Session::cmdRun(const CommandArgs& args)
+{
+    if (!checkArgs(args, 1, 1, {}, QStringLiteral("run SCRIPT")))
+        return false;
+    if (m_runDepth > 0) {
+        reportError(QStringLiteral("Usage"), QStringLiteral("run cannot be used inside a script"));
+        return false;
+    }
+    QFile script(args.arg(0));
+    if (!script.open(QIODevice::ReadOnly | QIODevice::Text)) {
+        reportError(QStringLiteral("Usage"), QStringLiteral("Cannot read script %1: %2")
+                                                 .arg(script.fileName(), script.errorString()));
+        return false;
+    }
+    ++m_runDepth;
+    bool allSucceeded = true;
+    int lineNumber = 0;
+    while (!script.atEnd() && !m_interrupted) {
+        const QString line = QString::fromUtf8(script.readLine()).trimmed();
+        ++lineNumber;
+        if (line.isEmpty() || line.startsWith(QLatin1Char('#')))
+            continue;
+        if (line == QLatin1String("quit") || line == QLatin1String("exit"))
+            break;
+        m_output.note(QStringLiteral("> %1").arg(line));
+        if (line.startsWith(QLatin1String("shell"))) {
+            reportError(QStringLiteral("Usage"),
+                        QStringLiteral("%1:%2: shell cannot run inside a script")
+                            .arg(script.fileName())
+                            .arg(lineNumber));
+            allSucceeded = false;
+            continue;
+        }
+        if (!executeLine(line))
+            allSucceeded = false;
+    }
+    --m_runDepth;
+    return allSucceeded;
+}
+
+bool Session::cmdDemo(const CommandArgs& args)
+{
+    if (!checkArgs(args, 0, 0, {QStringLiteral("seconds")}, QStringLiteral("demo [--seconds S]")))
+        return false;
+    int seconds = 10;
+    if (args.hasOption(QStringLiteral("seconds")) &&
+        !parseCount(args.option(QStringLiteral("seconds")), QStringLiteral("--seconds"), &seconds))
+        return false;
+    if (!ensureWorker())
+        return false;
+    m_output.note(QStringLiteral("== mivo-host demo: the browse root =="));
+    RowsPage page;
+    if (!showList(MivoSiriusBrowsePath(), 0, -1, &page))
+        return false;
+    // Walk down the first lists until one holds something playable.
+    MivoRoles playable;
+    for (int depth = 0; depth < DemoDepth && playable.isEmpty(); ++depth) {
+        CMPath next;
+        for (const MivoRoles& row : page.rows) {
+            if (row.type() == MivoRolesType::Audio) {
+                playable = row;
+                break;
+            }
+            if (next.isEmpty() && row.type() == MivoRolesType::Container)
+                next = row.path();
+        }
+        if (!playable.isEmpty() || next.isEmpty())
+            break;
+        m_output.note(QStringLiteral("== opening the first list =="));
+        if (!showList(next, 0, -1, &page))
+            return false;
+    }
+    if (playable.isEmpty()) {
+        reportError(QStringLiteral("NotPlayable"),
+                    QStringLiteral("The demo found nothing playable in the first lists"));
+        return false;
+    }
+    m_output.note(
+        QStringLiteral("== playing \"%1\" for %2 s ==").arg(playable.title()).arg(seconds));
+    m_seenRows.insert(playable.path(), playable);
+    CommandArgs play({QStringLiteral("play"), playable.path().toEncoded(),
+                      QStringLiteral("--seconds"), QString::number(seconds)});
+    const bool played = cmdPlay(play);
+    m_output.note(QStringLiteral("== pop-ups so far =="));
+    cmdMessages(CommandArgs({QStringLiteral("messages")}));
+    return played;
+}
