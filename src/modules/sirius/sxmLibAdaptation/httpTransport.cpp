@@ -86,6 +86,22 @@ void setRequestOptions(CURL* handle, const sirius_HT_ctx* context, curl_slist* h
     curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT, static_cast<long>(context->connectTimeout));
 }
 
+// libcurl 7.88's curl_easy_reset forgets the list of cookie files that CURLOPT_COOKIEFILE
+// builds, without freeing it: every request would leak one list node. Switching the file list
+// off frees it, but also throws away the handle's cookies, so they are read first and put back,
+// in their order. When they cannot be read the list is left alone: a small leak is better than a
+// lost session cookie.
+void releaseCookieFileList(CURL* handle)
+{
+    curl_slist* raw = nullptr;
+    if (curl_easy_getinfo(handle, CURLINFO_COOKIELIST, &raw) != CURLE_OK)
+        return;
+    const sirius::CurlSlistPtr cookies(raw);
+    curl_easy_setopt(handle, CURLOPT_COOKIEFILE, nullptr);
+    for (const curl_slist* line = cookies.get(); line; line = line->next)
+        curl_easy_setopt(handle, CURLOPT_COOKIELIST, line->data);
+}
+
 int64_t lastResponseCode(CURL* handle)
 {
     long code = 0;
@@ -163,6 +179,7 @@ int sirius_HT_Request(sirius_HT_ctx* context)
         context->failed = 0;
     }
     addCookies(context, handle);
+    releaseCookieFileList(handle);
     // The header list is freed when `headers` goes out of scope; reset first so that the handle
     // does not keep a pointer to it.
     curl_easy_reset(handle);

@@ -44,13 +44,14 @@ class LoopbackServer
 public:
     LoopbackServer()
     {
-        server_.Get("/cookies",
-                    [this](const httplib::Request& request, httplib::Response& response) {
-                        record(request);
-                        response.headers.emplace("Set-Cookie", "session=abc123; Path=/");
-                        response.headers.emplace("Set-Cookie", "region=us; Path=/");
-                        response.set_content("cookies set", "text/plain");
-                    });
+        server_.Get(
+            "/cookies", [this](const httplib::Request& request, httplib::Response& response) {
+                record(request);
+                response.headers.emplace("Set-Cookie", "session=abc123; Path=/");
+                response.headers.emplace("Set-Cookie", "region=us; Path=/");
+                response.headers.emplace("Set-Cookie", "pref=dark; Path=/; Max-Age=3600; HttpOnly");
+                response.set_content("cookies set", "text/plain");
+            });
         server_.Get("/hello", [this](const httplib::Request& request, httplib::Response& response) {
             record(request);
             response.set_content("hello", "text/plain");
@@ -67,7 +68,7 @@ public:
                     });
         server_.Get("/slow", [this](const httplib::Request& request, httplib::Response& response) {
             record(request);
-            std::this_thread::sleep_for(std::chrono::seconds(3));
+            std::this_thread::sleep_for(std::chrono::seconds(2));
             response.set_content("late", "text/plain");
         });
         port_ = server_.bind_to_any_port("127.0.0.1");
@@ -387,10 +388,11 @@ TEST(HttpTransport, CookiesAreKeptInCurlsOrderWithTwoZeroBytesAfterEachLine)
     ASSERT_EQ(exchange.get(server.url("/cookies")), CURLE_OK);
 
     const std::vector<std::string> kept = exchange.keptCookies();
-    ASSERT_EQ(kept.size(), 2u);
+    ASSERT_EQ(kept.size(), 3u);
     EXPECT_EQ(kept, cookieEngineLines(exchange.handle()));
     EXPECT_NE(kept[0].find("\tsession\tabc123"), std::string::npos) << kept[0];
     EXPECT_NE(kept[1].find("\tregion\tus"), std::string::npos) << kept[1];
+    EXPECT_EQ(kept[2].rfind("#HttpOnly_", 0), 0u) << kept[2];
     for (const sirius_HT_cookie* node = exchange.context.cookies; node; node = node->next)
         EXPECT_EQ(node->line[std::strlen(node->line) + 1], '\0');
 }
@@ -405,8 +407,24 @@ TEST(HttpTransport, KeptCookiesTravelBackThroughTheSameHandle)
     ASSERT_EQ(exchange.get(server.url("/hello")), CURLE_OK);
 
     // curl's engine sends the kept cookies in a line of its own, ahead of the fixed line.
-    EXPECT_EQ(server.lastRequest().cookie, "session=abc123; region=us | application/json");
-    EXPECT_EQ(exchange.keptCookies().size(), 2u) << "the handle still holds both cookies";
+    EXPECT_EQ(server.lastRequest().cookie,
+              "session=abc123; region=us; pref=dark | application/json");
+}
+
+TEST(HttpTransport, CookiesSurviveLaterRequestsUnchanged)
+{
+    LoopbackServer server;
+    HttpExchange exchange;
+    ASSERT_EQ(exchange.get(server.url("/cookies")), CURLE_OK);
+    const std::vector<std::string> first = exchange.keptCookies();
+
+    for (int request = 0; request < 3; ++request) {
+        exchange.prepare();
+        ASSERT_EQ(exchange.post(server.url("/echo"), "{}"), CURLE_OK);
+        EXPECT_EQ(exchange.keptCookies(), first) << "request " << request;
+    }
+    EXPECT_EQ(server.lastRequest().cookie,
+              "session=abc123; region=us; pref=dark | application/json");
 }
 
 TEST(HttpTransport, RequestWithoutHandleUsesAOneOffHandle)
@@ -418,7 +436,7 @@ TEST(HttpTransport, RequestWithoutHandleUsesAOneOffHandle)
 
     EXPECT_EQ(exchange.context.handle, nullptr) << "the one-off handle is not stored";
     EXPECT_EQ(exchange.body, "cookies set");
-    EXPECT_EQ(exchange.keptCookies().size(), 2u);
+    EXPECT_EQ(exchange.keptCookies().size(), 3u);
 }
 
 TEST(HttpTransport, NonEmptyCookieListIsKeptIntactAndTheErrorLogged)

@@ -1,0 +1,222 @@
+// The account and device-identity hooks against an in-memory host root.
+
+#include "logCapture.h"
+#include "siriusLogging.h"
+#include "siriusSettings.h"
+
+#include <sxmlib.h>
+
+#include <mivosdk/CMRoot.h>
+#include <mivosdk/MivoPaths.h>
+#include <mivosdk/MivoValue.h>
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+using sirius::test::LogCapture;
+
+namespace {
+
+class SettingsHooks : public ::testing::Test
+{
+protected:
+    void SetUp() override { CMSetRoot(&root_); }
+    void TearDown() override { CMSetRoot(nullptr); }
+
+    void storeText(const CMPath& path, const QString& text)
+    {
+        MivoValue value;
+        value.setString(text);
+        root_.setValue(path, value);
+    }
+
+    MivoSiriusAccount storedAccount()
+    {
+        return MivoValue(root_.getValue(MivoSiriusSettingsAccountPath()).toHash()).siriusAccount();
+    }
+
+    CMMemoryRoot root_;
+};
+
+// Frees the record's texts when the test is done with them.
+struct AccountRecord
+{
+    AccountRecord() { std::memset(&record, 0, sizeof(record)); }
+    ~AccountRecord() { sxm_freeAccount(&record); }
+    sxm_account record;
+};
+
+char* mutableText(std::string& text)
+{
+    return text.data();
+}
+
+} // namespace
+
+TEST_F(SettingsHooks, WithoutAStoredAccountEveryTextIsEmptyAndTerminated)
+{
+    AccountRecord account;
+    EXPECT_EQ(sxm_getAccount(&account.record), 1);
+    for (char* text :
+         {account.record.username, account.record.password, account.record.consumerType,
+          account.record.newPassword, account.record.registrationId, account.record.registrationKey,
+          account.record.email, account.record.zip}) {
+        ASSERT_NE(text, nullptr);
+        EXPECT_STREQ(text, "");
+    }
+}
+
+TEST_F(SettingsHooks, SetAccountStoresEachTextInItsHostField)
+{
+    std::string texts[] = {"ann",    "secret",  "consumer",        "newSecret",
+                           "reg-id", "reg-key", "ann@example.com", "94107"};
+    sxm_account record{mutableText(texts[0]), mutableText(texts[1]), mutableText(texts[2]),
+                       mutableText(texts[3]), mutableText(texts[4]), mutableText(texts[5]),
+                       mutableText(texts[6]), mutableText(texts[7])};
+
+    sxm_setAccount(&record);
+
+    const MivoSiriusAccount stored = storedAccount();
+    EXPECT_EQ(stored.username(), "ann");
+    EXPECT_EQ(stored.password(), "secret");
+    EXPECT_EQ(stored.consumerType(), "consumer");
+    EXPECT_EQ(stored.newPassword(), "newSecret");
+    EXPECT_EQ(stored.registrationId(), "reg-id");
+    EXPECT_EQ(stored.registrationKey(), "reg-key");
+    EXPECT_EQ(stored.email(), "ann@example.com");
+    EXPECT_EQ(stored.zip(), "94107");
+}
+
+TEST_F(SettingsHooks, GetAccountReturnsWhatSetAccountStored)
+{
+    std::string texts[] = {"b\xE9\x61", "pw", "", "np", "ri", "rk", "e@x", "z"};
+    sxm_account written{mutableText(texts[0]), mutableText(texts[1]), mutableText(texts[2]),
+                        mutableText(texts[3]), mutableText(texts[4]), mutableText(texts[5]),
+                        mutableText(texts[6]), mutableText(texts[7])};
+    sxm_setAccount(&written);
+
+    AccountRecord read;
+    ASSERT_EQ(sxm_getAccount(&read.record), 1);
+
+    EXPECT_STREQ(read.record.username, "b\xE9\x61") << "Latin-1 bytes come back unchanged";
+    EXPECT_STREQ(read.record.password, "pw");
+    EXPECT_STREQ(read.record.consumerType, "");
+    EXPECT_STREQ(read.record.newPassword, "np");
+    EXPECT_STREQ(read.record.registrationId, "ri");
+    EXPECT_STREQ(read.record.registrationKey, "rk");
+    EXPECT_STREQ(read.record.email, "e@x");
+    EXPECT_STREQ(read.record.zip, "z");
+    EXPECT_EQ(storedAccount().username(), QString::fromUtf8("b\xC3\xA9\x61"));
+}
+
+TEST_F(SettingsHooks, AccountStoredByTheHostIsRead)
+{
+    MivoSiriusAccount account;
+    account.setUsername("host-user").setPassword("host-pw").setZip("10001");
+    SiriusSettings::setAccount(account);
+
+    AccountRecord read;
+    ASSERT_EQ(sxm_getAccount(&read.record), 1);
+    EXPECT_STREQ(read.record.username, "host-user");
+    EXPECT_STREQ(read.record.password, "host-pw");
+    EXPECT_STREQ(read.record.zip, "10001");
+    EXPECT_STREQ(read.record.email, "");
+}
+
+TEST_F(SettingsHooks, NullTextsAreStoredEmptyAndNullRecordsRefused)
+{
+    sxm_account empty{};
+    sxm_setAccount(&empty);
+    EXPECT_TRUE(storedAccount().username().isEmpty());
+    EXPECT_TRUE(root_.getValue(MivoSiriusSettingsAccountPath()).isValid());
+
+    EXPECT_EQ(sxm_getAccount(nullptr), 0);
+    sxm_setAccount(nullptr);
+    sxm_freeAccount(nullptr);
+}
+
+TEST_F(SettingsHooks, FreeAccountLeavesNoDanglingTexts)
+{
+    sxm_account record{};
+    ASSERT_EQ(sxm_getAccount(&record), 1);
+    sxm_freeAccount(&record);
+    const sxm_account zero{};
+    EXPECT_EQ(std::memcmp(&record, &zero, sizeof(zero)), 0);
+}
+
+TEST_F(SettingsHooks, MacIsCutToTheBufferSizeWithoutATerminator)
+{
+    storeText(MivoNetworkStateCurrentMAC(), "02:42:ac:11:00:02");
+    char buffer[20];
+    std::memset(buffer, 'X', sizeof(buffer));
+
+    EXPECT_EQ(sxm_GetMAC(buffer, 12), 12);
+
+    EXPECT_EQ(std::string(buffer, 13), "02:42:ac:11:X");
+}
+
+TEST_F(SettingsHooks, TextHooksCopyTheWholeTextWhenItFits)
+{
+    storeText(MivoNetworkStateCurrentMAC(), "02:42:ac:11:00:02");
+    storeText(MivoSiriusSettingsConfigUrlPath(), "http://127.0.0.1:8080/config");
+    storeText(MivoSiriusSettingsDeviceMakePath(), "Mivo");
+    storeText(MivoSiriusSettingsDeviceModelPath(), "M1");
+    storeText(MivoSiriusSettingsKeyPath(), "00112233445566778899aabbccddeeff");
+    const struct
+    {
+        int (*hook)(char*, int);
+        std::string expected;
+    } cases[] = {{sxm_GetMAC, "02:42:ac:11:00:02"},
+                 {sxm_getConfigUrl, "http://127.0.0.1:8080/config"},
+                 {sxm_getDeviceMake, "Mivo"},
+                 {sxm_getDeviceModel, "M1"},
+                 {sxm_getFixedKey, "00112233445566778899aabbccddeeff"}};
+    for (const auto& c : cases) {
+        char buffer[64];
+        std::memset(buffer, 'X', sizeof(buffer));
+        const int count = c.hook(buffer, sizeof(buffer));
+        EXPECT_EQ(count, static_cast<int>(c.expected.size()));
+        EXPECT_EQ(std::string(buffer, c.expected.size()), c.expected);
+        EXPECT_EQ(buffer[c.expected.size()], 'X') << "no terminating zero is written";
+    }
+}
+
+TEST_F(SettingsHooks, AbsentSettingsAndUnusableBuffersCopyNothing)
+{
+    char buffer[8] = {};
+    EXPECT_EQ(sxm_getConfigUrl(buffer, sizeof(buffer)), 0);
+    EXPECT_EQ(sxm_GetMAC(buffer, sizeof(buffer)), 0);
+
+    storeText(MivoSiriusSettingsDeviceMakePath(), "Mivo");
+    EXPECT_EQ(sxm_getDeviceMake(nullptr, 8), 0);
+    EXPECT_EQ(sxm_getDeviceMake(buffer, 0), 0);
+    EXPECT_EQ(sxm_getDeviceMake(buffer, -5), 0);
+}
+
+TEST_F(SettingsHooks, IdentityHooksLogWhatTheyCopiedButTheMacHookDoesNot)
+{
+    storeText(MivoNetworkStateCurrentMAC(), "02:42:ac:11:00:02");
+    storeText(MivoSiriusSettingsConfigUrlPath(), "http://svc/config");
+    storeText(MivoSiriusSettingsDeviceMakePath(), "Mivo");
+    storeText(MivoSiriusSettingsDeviceModelPath(), "M1");
+    storeText(MivoSiriusSettingsKeyPath(), "00112233445566778899aabbccddeeff");
+    LogCapture log(sirius::siriusLibraryLogger());
+    char buffer[64];
+
+    sxm_GetMAC(buffer, sizeof(buffer));
+    sxm_getConfigUrl(buffer, 8);
+    sxm_getDeviceMake(buffer, sizeof(buffer));
+    sxm_getDeviceModel(buffer, sizeof(buffer));
+    sxm_getFixedKey(buffer, sizeof(buffer));
+
+    const auto lines = log.lines();
+    ASSERT_EQ(lines.size(), 4u);
+    EXPECT_EQ(lines[0].message, "platformGetConfigUrl url = http://s") << "the copied part";
+    EXPECT_EQ(lines[1].message, "platformGetDeviceMake url = Mivo");
+    EXPECT_EQ(lines[2].message, "platformGetDeviceModel url = M1");
+    EXPECT_EQ(lines[3].message, "platformGetFixedKey Key = 00112233445566778899aabbccddeeff");
+    for (const auto& line : lines)
+        EXPECT_EQ(line.level, log4cplus::INFO_LOG_LEVEL);
+}
