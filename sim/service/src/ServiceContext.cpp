@@ -21,7 +21,8 @@ Clock clockOf(const Options& options)
 } // namespace
 
 ServiceContext::ServiceContext(Options options)
-    : catalog(checked(options).seed, options.channels, clockOf(options)())
+    // Dates in the catalog are relative to the start, on a whole minute so that they read well.
+    : catalog(checked(options).seed, options.channels, clockOf(options)() / 60000 * 60000)
     , faults(options.faults)
     , sessions(options.sessionLifetime, options.skipsPerHour)
     , accounts(catalog, options.accounts)
