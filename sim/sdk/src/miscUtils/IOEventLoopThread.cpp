@@ -16,7 +16,8 @@ namespace miscUtils {
 
 namespace {
 
-Q_LOGGING_CATEGORY(lcIoLoop, "mivo.ioloop")
+// Debug lines (loop start and stop) are off unless enabled through QT_LOGGING_RULES.
+Q_LOGGING_CATEGORY(lcIoLoop, "mivo.ioloop", QtInfoMsg)
 
 // The wake-up eventfd is registered under this id; watch ids start at 1.
 constexpr IOEventLoopThread::WatchId kWakeupId = 0;

@@ -1,0 +1,275 @@
+// Connecting, the version handshake, one sender at a time, and what each end does with a peer
+// that does not follow the protocol.
+#include "TransferFixture.h"
+
+#include <smt2/WireFormat.h>
+
+#include <fcntl.h>
+#include <fstream>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+namespace {
+
+using namespace smt2test;
+using smt2::ErrorID;
+
+// A bare socket speaking raw bytes, for playing a misbehaving peer.
+class RawSocket
+{
+public:
+    static RawSocket connectTo(const std::string& path)
+    {
+        RawSocket raw(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        sockaddr_un address = unixAddress(path);
+        if (::connect(raw.fd(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0)
+            raw.m_fd.reset();
+        return raw;
+    }
+    static RawSocket listenOn(const std::string& path)
+    {
+        RawSocket raw(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        sockaddr_un address = unixAddress(path);
+        if (::bind(raw.fd(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
+            ::listen(raw.fd(), 4) != 0)
+            raw.m_fd.reset();
+        return raw;
+    }
+
+    int fd() const { return m_fd.get(); }
+    bool valid() const { return m_fd.valid(); }
+    bool send(const std::vector<std::uint8_t>& bytes)
+    {
+        return ::send(fd(), bytes.data(), bytes.size(), MSG_NOSIGNAL) ==
+               static_cast<ssize_t>(bytes.size());
+    }
+    // Everything until the peer closes (blocking).
+    std::vector<std::uint8_t> readToEnd()
+    {
+        std::vector<std::uint8_t> all;
+        std::uint8_t buffer[4096];
+        ssize_t got;
+        while ((got = ::recv(fd(), buffer, sizeof buffer, 0)) > 0)
+            all.insert(all.end(), buffer, buffer + got);
+        return all;
+    }
+
+private:
+    explicit RawSocket(int fd)
+        : m_fd(fd)
+    {}
+    static sockaddr_un unixAddress(const std::string& path)
+    {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        std::snprintf(address.sun_path, sizeof address.sun_path, "%s", path.c_str());
+        return address;
+    }
+    miscUtils::UniqueFd m_fd;
+};
+
+TEST_F(TransferTest, ConnectToAMissingSocketFailsCleanly)
+{
+    EXPECT_EQ(await(sender.connect()), ErrorID::ConnectFailed);
+    EXPECT_EQ(senderLog.states(), (std::vector<int>{1, 0}));
+    EXPECT_EQ(senderLog.handshakeFailures(), 0);
+    EXPECT_EQ(await(sender.sendAudioData(0, 0, std::vector<std::uint8_t>(10))),
+              ErrorID::NotConnected);
+
+    startReceiver(); // the same sender connects once there is someone to connect to
+    connectSender();
+}
+
+TEST_F(TransferTest, SenderWithoutChannelOrAddressRefusesClearly)
+{
+    smt2::AudioSender lonely(pool);
+    EXPECT_EQ(await(lonely.connect()), ErrorID::NoTransportChannel);
+    EXPECT_EQ(await(lonely.sendAudioData(0, 0, {})), ErrorID::NotConnected);
+    EXPECT_EQ(await(lonely.sendFlush()), ErrorID::NotConnected);
+    lonely.disconnect();
+
+    smt2::UnixClientSocketChannel unaddressed(senderLoop);
+    ASSERT_TRUE(lonely.setTransportChannel(unaddressed));
+    EXPECT_EQ(await(lonely.connect()), ErrorID::ConnectFailed);
+
+    unaddressed.setSocketAddress(std::string(200, 'x'));
+    EXPECT_EQ(await(lonely.connect()), ErrorID::InvalidArgument);
+}
+
+TEST_F(TransferTest, SenderStaysOnTheLoopOfItsFirstChannel)
+{
+    miscUtils::IOEventLoopThread otherLoop(3, "other");
+    smt2::UnixClientSocketChannel elsewhere(otherLoop);
+    EXPECT_FALSE(sender.setTransportChannel(elsewhere));
+    smt2::UnixClientSocketChannel sameLoop(senderLoop);
+    EXPECT_TRUE(sender.setTransportChannel(sameLoop));
+}
+
+TEST_F(TransferTest, Smt2AddressesAreAcceptedByBothEnds)
+{
+    receiverLog.attach(receiver);
+    ASSERT_EQ(receiver.listen("smt2://" + socketPath() + "?queueSizeInBytes=1048576"),
+              ErrorID::NoError);
+    EXPECT_EQ(receiver.socketPath(), socketPath());
+    channel.setSocketAddress("smt2://" + socketPath() + "?queueSizeInBytes=1048576");
+    EXPECT_EQ(channel.socketAddress(), socketPath());
+    connectSender();
+}
+
+TEST_F(TransferTest, VersionMismatchFailsTheHandshake)
+{
+    receiver.setProtocolVersion(smt2::wire::ProtocolVersion + 1);
+    startReceiver();
+    EXPECT_EQ(await(sender.connect()), ErrorID::VersionMismatch);
+    EXPECT_EQ(senderLog.handshakeFailures(), 1);
+    EXPECT_EQ(senderLog.states(), (std::vector<int>{1, 2, 0}));
+    EXPECT_EQ(sender.state(), smt2::SenderState::Disconnected);
+
+    // The refused sender was never announced, and the receiver serves the next one.
+    receiver.setProtocolVersion(smt2::wire::ProtocolVersion);
+    connectSender();
+    receiverLog.read([](ReceiverLog& log) {
+        EXPECT_EQ(log.m_connected, 1);
+        EXPECT_TRUE(log.m_disconnects.empty());
+    });
+}
+
+TEST_F(TransferTest, OlderSenderIsRefusedToo)
+{
+    startReceiver();
+    sender.setProtocolVersion(0);
+    EXPECT_EQ(await(sender.connect()), ErrorID::VersionMismatch);
+    EXPECT_EQ(senderLog.handshakeFailures(), 1);
+}
+
+TEST_F(TransferTest, ConnectingTwiceIsRefused)
+{
+    startReceiver();
+    connectSender();
+    EXPECT_EQ(await(sender.connect()), ErrorID::AlreadyConnected);
+    EXPECT_EQ(await(sender.sendAudioData(0, 0, std::vector<std::uint8_t>(1))), ErrorID::NoError);
+}
+
+TEST_F(TransferTest, SecondSenderWaitsUntilTheFirstHasGone)
+{
+    startReceiver();
+    connectSender();
+
+    smt2::UnixClientSocketChannel secondChannel(senderLoop);
+    secondChannel.setSocketAddress(socketPath());
+    smt2::AudioSender second(pool);
+    second.setTransportChannel(secondChannel);
+    second.setHandshakeTimeout(kPatience * 2);
+    auto secondConnected = second.connect();
+    // A full round trip of the first sender: the receiver is busy with it, not with the second.
+    EXPECT_EQ(await(sender.sendFlush()), ErrorID::NoError);
+    receiverLoop.invoke([] {}).wait();
+    EXPECT_FALSE(secondConnected.is_ready());
+    EXPECT_EQ(second.state(), smt2::SenderState::Handshaking);
+
+    sender.disconnect();
+    EXPECT_EQ(await(secondConnected), ErrorID::NoError);
+    EXPECT_EQ(await(second.sendFlush()), ErrorID::NoError);
+}
+
+TEST_F(TransferTest, SilentReceiverFailsTheHandshakeAfterItsTimeout)
+{
+    RawSocket silent = RawSocket::listenOn(socketPath()); // accepts into its backlog, never answers
+    ASSERT_TRUE(silent.valid());
+    sender.setHandshakeTimeout(50ms);
+    EXPECT_EQ(await(sender.connect()), ErrorID::HandshakeFailed);
+    EXPECT_EQ(senderLog.handshakeFailures(), 1);
+    EXPECT_EQ(senderLog.states(), (std::vector<int>{1, 2, 0}));
+}
+
+TEST_F(TransferTest, ReceiverThatAnswersNonsenseFailsTheHandshake)
+{
+    RawSocket fake = RawSocket::listenOn(socketPath());
+    ASSERT_TRUE(fake.valid());
+    auto connected = sender.connect();
+    miscUtils::UniqueFd peer(::accept(fake.fd(), nullptr, nullptr));
+    ASSERT_TRUE(peer.valid());
+    const auto wrong = smt2::wire::encodeFlushAck(1); // not a HelloReply
+    ASSERT_EQ(::send(peer.get(), wrong.data(), wrong.size(), MSG_NOSIGNAL),
+              static_cast<ssize_t>(wrong.size()));
+    EXPECT_EQ(await(connected), ErrorID::HandshakeFailed);
+    EXPECT_EQ(senderLog.handshakeFailures(), 1);
+}
+
+TEST_F(TransferTest, SilentSenderIsDroppedAndTheNextOneServed)
+{
+    receiver.setHandshakeTimeout(50ms);
+    startReceiver();
+    RawSocket silent = RawSocket::connectTo(socketPath());
+    ASSERT_TRUE(silent.valid());
+    EXPECT_TRUE(silent.readToEnd().empty()); // closed by the receiver without a word
+    connectSender();
+}
+
+TEST_F(TransferTest, ReceiverDropsASenderThatBreaksTheProtocol)
+{
+    startReceiver();
+    RawSocket rogue = RawSocket::connectTo(socketPath());
+    ASSERT_TRUE(rogue.valid());
+    ASSERT_TRUE(rogue.send(smt2::wire::encodeHello(smt2::wire::ProtocolVersion)));
+    ASSERT_TRUE(rogue.send(smt2::wire::encodeMessage(static_cast<smt2::wire::MessageType>(99))));
+    const auto reply = rogue.readToEnd(); // the HelloReply, then the end of the stream
+    ASSERT_EQ(reply, smt2::wire::encodeHelloReply(smt2::wire::HelloStatus::Accepted,
+                                                  smt2::wire::ProtocolVersion));
+    ASSERT_TRUE(
+        receiverLog.waitUntil([](ReceiverLog& log) { return log.m_disconnects.size() == 1; }));
+    receiverLog.read(
+        [](ReceiverLog& log) { EXPECT_EQ(log.m_disconnects[0], ErrorID::ProtocolError); });
+    connectSender();
+}
+
+TEST_F(TransferTest, ReceiverDropsASenderThatSpeaksBeforeHello)
+{
+    startReceiver();
+    RawSocket rogue = RawSocket::connectTo(socketPath());
+    ASSERT_TRUE(rogue.send(smt2::wire::encodeFlush(1)));
+    EXPECT_TRUE(rogue.readToEnd().empty());
+    std::uint8_t oversized[smt2::wire::HeaderSize];
+    smt2::wire::writeHeader(oversized, smt2::wire::MessageType::Hello,
+                            smt2::wire::MaxPayloadSize + 1);
+    RawSocket greedy = RawSocket::connectTo(socketPath());
+    ASSERT_TRUE(greedy.send(std::vector<std::uint8_t>(oversized, oversized + sizeof oversized)));
+    EXPECT_TRUE(greedy.readToEnd().empty());
+    connectSender();
+    receiverLog.read([](ReceiverLog& log) { EXPECT_TRUE(log.m_disconnects.empty()); });
+}
+
+TEST_F(TransferTest, ListenRefusesBadPathsWithAReason)
+{
+    EXPECT_EQ(receiver.listen(m_dir + "/" + std::string(150, 'a')), ErrorID::InvalidArgument);
+    EXPECT_NE(receiver.errorString().find("longer"), std::string::npos);
+
+    const std::string regular = m_dir + "/not-a-socket";
+    std::ofstream(regular) << "keep me";
+    EXPECT_EQ(receiver.listen(regular), ErrorID::InvalidArgument);
+    EXPECT_NE(receiver.errorString().find("not a socket"), std::string::npos);
+    std::string kept;
+    std::getline(std::ifstream(regular), kept);
+    EXPECT_EQ(kept, "keep me");
+    ::unlink(regular.c_str());
+
+    EXPECT_EQ(receiver.listen(m_dir + "/missing/dir.sock"), ErrorID::IOError);
+    EXPECT_FALSE(receiver.errorString().empty());
+
+    ASSERT_EQ(receiver.listen(socketPath()), ErrorID::NoError);
+    EXPECT_EQ(receiver.listen(socketPath()), ErrorID::InvalidArgument);
+}
+
+TEST_F(TransferTest, StaleSocketFileIsReplacedAndRemovedOnClose)
+{
+    {
+        RawSocket leftover = RawSocket::listenOn(socketPath()); // closed, file stays behind
+        ASSERT_TRUE(leftover.valid());
+    }
+    startReceiver();
+    connectSender();
+    receiver.close();
+    EXPECT_NE(::access(socketPath().c_str(), F_OK), 0);
+}
+
+} // namespace
