@@ -1,0 +1,472 @@
+#include "siriusLib/siriusLib.h"
+#include "siriusLogging.h"
+
+#include "QtTestSupport.h"
+#include "fakeSxmLib.h"
+#include "logCapture.h"
+
+#include <QFile>
+#include <QThread>
+#include <gtest/gtest.h>
+
+using testsupport::waitUntil;
+
+namespace {
+
+/// One bridge per flavour for the whole test program: its thread runs for the process's life.
+SiriusLib* bridge(bool fullFeatured = true)
+{
+    static SiriusLib* full = SiriusLib::create(true);
+    static SiriusLib* playbackOnly = SiriusLib::create(false);
+    return fullFeatured ? full : playbackOnly;
+}
+
+template <class T>
+T waitFor(const CMReply<T>& reply)
+{
+    EXPECT_TRUE(reply.waitForFinished(5000));
+    return reply.result();
+}
+
+QString errorText(const CMVoidReply& reply)
+{
+    EXPECT_TRUE(reply.waitForFinished(5000));
+    EXPECT_TRUE(reply.isError());
+    return reply.error().message().toString();
+}
+
+class SiriusLibTest : public ::testing::Test
+{
+protected:
+    void SetUp() override { fake::reset(); }
+    bool called(const std::string& call)
+    {
+        const auto calls = fake::library().callsSnapshot();
+        return std::find(calls.begin(), calls.end(), call) != calls.end();
+    }
+    void script(const std::string& operation, std::function<void(const sxm_callbacks&)> during)
+    {
+        std::lock_guard<std::mutex> lock(fake::library().mutex);
+        fake::library().during[operation] = std::move(during);
+    }
+    void result(const std::string& operation, int value)
+    {
+        std::lock_guard<std::mutex> lock(fake::library().mutex);
+        fake::library().results[operation] = value;
+    }
+    void libraryError(const std::string& text)
+    {
+        std::lock_guard<std::mutex> lock(fake::library().mutex);
+        fake::library().error = text;
+    }
+    /// Registers the bridge's callbacks with the fake, as initialize does.
+    void initialize(SiriusLib* lib)
+    {
+        ASSERT_TRUE(waitFor(lib->initialize(MivoSiriusAudioBitrate::Kbps96)));
+    }
+};
+
+sxm_content channel(const char* id, const char* genre)
+{
+    sxm_content content{};
+    content.channelId = id;
+    content.genre = genre;
+    content.title = id;
+    return content;
+}
+
+} // namespace
+
+TEST_F(SiriusLibTest, CreateBuildsTheBridgeOnItsOwnNamedThreadAndCallsThereRunAtOnce)
+{
+    SiriusLib* lib = bridge();
+    ASSERT_NE(lib, nullptr);
+    EXPECT_NE(lib->thread(), QThread::currentThread());
+
+    CMReply<QString> name;
+    CMReply<bool> ranAtOnce;
+    lib->async([lib, name, ranAtOnce] {
+        QFile comm(QStringLiteral("/proc/thread-self/comm"));
+        comm.open(QIODevice::ReadOnly);
+        name.setResult(QString::fromUtf8(comm.readAll()).trimmed());
+        // An operation called from the library thread runs before it returns.
+        const CMReply<bool> stop = lib->stop();
+        ranAtOnce.setResult(stop.isFinished());
+    });
+    EXPECT_EQ(waitFor(name), QStringLiteral("SiriusLib"));
+    EXPECT_TRUE(waitFor(ranAtOnce));
+}
+
+TEST_F(SiriusLibTest, InitializeRegistersTheCallbackRecordAndSelectsTheBitrate)
+{
+    initialize(bridge());
+    EXPECT_TRUE(called("sxm_selectStreamIndex(2)"));
+    sxm_callbacks full = fake::library().callbacks;
+    EXPECT_EQ(full.context, bridge());
+    EXPECT_EQ(full.eventContext, bridge());
+    for (void* callback :
+         {(void*)full.onShows, (void*)full.onFlush, (void*)full.onTimebar, (void*)full.onEpisodes,
+          (void*)full.onRecents, (void*)full.onFavorites, (void*)full.onGlobalSettings,
+          (void*)full.onForYou, (void*)full.onSearch, (void*)full.onRefresh, (void*)full.onError,
+          (void*)full.onTrackMetadata, (void*)full.onChannelBitrateChanged,
+          (void*)full.onChannelBusy, (void*)full.onChannel, (void*)full.onPdtCuts})
+        EXPECT_NE(callback, nullptr);
+
+    initialize(bridge(false));
+    const sxm_callbacks playback = fake::library().callbacks;
+    for (void* callback :
+         {(void*)playback.onShows, (void*)playback.onFlush, (void*)playback.onTimebar,
+          (void*)playback.onEpisodes, (void*)playback.onRecents, (void*)playback.onFavorites,
+          (void*)playback.onGlobalSettings, (void*)playback.onForYou, (void*)playback.onSearch,
+          (void*)playback.onRefresh})
+        EXPECT_EQ(callback, nullptr);
+    for (void* callback : {(void*)playback.onError, (void*)playback.onTrackMetadata,
+                           (void*)playback.onChannelBitrateChanged, (void*)playback.onChannelBusy,
+                           (void*)playback.onChannel, (void*)playback.onPdtCuts})
+        EXPECT_NE(callback, nullptr);
+}
+
+TEST_F(SiriusLibTest, InitializeFailuresAreReportedAndStopTheSequence)
+{
+    sirius::test::LogCapture log(sirius::siriusLibraryLogger());
+    result("sxm_init", 0);
+    EXPECT_EQ(errorText(bridge()->initialize(MivoSiriusAudioBitrate::Kbps64)),
+              QStringLiteral("Unable to initialize sxm library"));
+    EXPECT_FALSE(called("sxm_registerCallbacks"));
+    result("sxm_init", 1);
+    result("sxm_registerCallbacks", 0);
+    EXPECT_EQ(errorText(bridge()->initialize(MivoSiriusAudioBitrate::Kbps64)),
+              QStringLiteral("Unable to register callback"));
+    EXPECT_FALSE(called("sxm_selectStreamIndex(1)"));
+    EXPECT_EQ(log.linesContaining("Unable to").size(), 2u);
+}
+
+namespace {
+
+std::vector<uint32_t> ticksFrom(std::thread::id thread)
+{
+    std::lock_guard<std::mutex> lock(fake::library().mutex);
+    std::vector<uint32_t> ticks;
+    for (const auto& tick : fake::library().ticks) {
+        if (tick.first == thread)
+            ticks.push_back(tick.second);
+    }
+    return ticks;
+}
+
+} // namespace
+
+TEST_F(SiriusLibTest, LibraryClockTicksEveryHalfSecondOnTheLibraryThread)
+{
+    std::thread::id libraryThread;
+    CMReply<std::thread::id> id;
+    bridge()->async([id] { id.setResult(std::this_thread::get_id()); });
+    libraryThread = waitFor(id);
+    ASSERT_TRUE(waitUntil([&] { return ticksFrom(libraryThread).size() >= 2; }, 3000));
+    for (uint32_t tick : ticksFrom(libraryThread)) {
+        EXPECT_GE(tick, 400u);
+        EXPECT_LT(tick, 5000u);
+    }
+}
+
+TEST_F(SiriusLibTest, LibraryClockPassesRealElapsedTimeAndWarnsAboutLongDelays)
+{
+    sirius::test::LogCapture log(sirius::siriusLibraryLogger());
+    const std::thread::id here = std::this_thread::get_id();
+    SiriusLib lib(true); // its clock starts now; its slot is called directly below
+    QThread::msleep(700);
+    lib.on_libraryTimer_timeout();
+    ASSERT_EQ(ticksFrom(here).size(), 1u);
+    EXPECT_GE(ticksFrom(here).front(), 700u) << "the first tick counts from construction";
+    EXPECT_TRUE(log.linesContaining("Very long delay").empty());
+
+    QThread::msleep(5100); // a blocked thread: the next tick is late and passes the whole delay
+    lib.on_libraryTimer_timeout();
+    ASSERT_EQ(ticksFrom(here).size(), 2u);
+    EXPECT_GE(ticksFrom(here).back(), 5100u);
+    EXPECT_LT(ticksFrom(here).back(), 60000u);
+    const auto warnings = log.linesContaining("Very long delay in on_libraryTimer_timeout: ");
+    ASSERT_EQ(warnings.size(), 1u);
+    EXPECT_EQ(warnings[0].level, log4cplus::WARN_LOG_LEVEL);
+    EXPECT_NE(warnings[0].message.find("ms"), std::string::npos);
+}
+
+TEST_F(SiriusLibTest, SignInAndListingReportTheLibrarysOwnErrorText)
+{
+    SiriusLib* lib = bridge();
+    EXPECT_TRUE(waitFor(lib->login(QStringLiteral("üser"), QStringLiteral("pw"))));
+    EXPECT_TRUE(called("sxm_verify_account(\xc3\xbcser,pw)"));
+    result("sxm_verify_account", 0);
+    libraryError("Invalid username or password");
+    EXPECT_EQ(errorText(lib->login(QStringLiteral("u"), QStringLiteral("bad"))),
+              QStringLiteral("Invalid username or password"));
+    result("sxm_configure_sirius", 0);
+    libraryError("Unable to connect");
+    EXPECT_EQ(errorText(lib->login()), QStringLiteral("Unable to connect"));
+
+    initialize(lib);
+    QObject receiver;
+    QList<MivoSiriusContent> channels;
+    QObject::connect(lib, &SiriusLib::onChannel, &receiver,
+                     [&](const MivoSiriusContent& content) { channels.append(content); });
+    script("sxm_channel_list", [](const sxm_callbacks& cb) {
+        sxm_content a = channel("a", "Pop");
+        sxm_content b = channel("b", "Rock");
+        cb.onChannel(cb.context, &a);
+        cb.onChannel(cb.context, &b);
+    });
+    EXPECT_TRUE(waitFor(lib->listChannels()));
+    ASSERT_TRUE(waitUntil([&] { return channels.size() == 3; }));
+    EXPECT_EQ(channels[1].channelId(), QStringLiteral("b"));
+    EXPECT_TRUE(channels[2].isEmpty()) << "an empty content marks the end of the list";
+
+    result("sxm_channel_list", 0);
+    libraryError("Line-up unavailable");
+    channels.clear();
+    EXPECT_EQ(errorText(lib->listChannels()), QStringLiteral("Line-up unavailable"));
+    testsupport::pump(50);
+    EXPECT_EQ(channels.size(), 2) << "no end mark after a failure";
+}
+
+TEST_F(SiriusLibTest, ListOperationsAnswerTheCollectedItemsAndTheirFailureTexts)
+{
+    SiriusLib* lib = bridge();
+    initialize(lib);
+    script("sxm_getShows", [](const sxm_callbacks& cb) {
+        sxm_content show = channel("s1", "Caf\xc3\xa9");
+        cb.onShows(cb.context, &show, 1, 0);
+        cb.onShows(cb.context, nullptr, 0, 1);
+    });
+    QObject receiver;
+    QString showGenre;
+    QObject::connect(lib, &SiriusLib::onGetShows, &receiver,
+                     [&](const QString& genre, const MivoSiriusContent&) { showGenre = genre; });
+    const QList<MivoSiriusContent> shows =
+        waitFor(lib->getShows(QStringLiteral("jazz"), QString()));
+    ASSERT_EQ(shows.size(), 1);
+    EXPECT_EQ(shows[0].genre(), QStringLiteral("Café"));
+    ASSERT_TRUE(waitUntil([&] { return !showGenre.isEmpty(); }));
+    EXPECT_EQ(showGenre, QString::fromLatin1("Caf\xc3\xa9"))
+        << "the signal's genre is read as Latin-1";
+    EXPECT_TRUE(called("sxm_getShows(jazz,)"));
+    result("sxm_getShows", -2);
+    EXPECT_EQ(errorText(lib->getShows(QString(), QStringLiteral("c"))),
+              QStringLiteral("sxm_getShows failed with error: -2"));
+
+    script("sxm_getEpisodes", [](const sxm_callbacks& cb) {
+        sxm_content episodes[2] = {channel("e1", "x"), channel("e2", "x")};
+        cb.onEpisodes(cb.context, "show", episodes, 2);
+    });
+    EXPECT_EQ(waitFor(lib->getEpisodes(QStringLiteral("show"))).size(), 2);
+    result("sxm_getEpisodes", 0);
+    EXPECT_EQ(errorText(lib->getEpisodes(QStringLiteral("show"))),
+              QStringLiteral("sxm_getEpisodes failed with error: 0"));
+
+    sirius::test::LogCapture log(sirius::siriusLibraryLogger());
+    script("sxm_get_recents",
+           [](const sxm_callbacks& cb) { cb.onRecents(cb.context, nullptr, -1); });
+    EXPECT_TRUE(waitFor(lib->getRecent()).isEmpty());
+    EXPECT_EQ(log.linesContaining("EMPTY RESPONSE - on_recents_callback").size(), 1u);
+    script("sxm_get_forYouCarousel", [](const sxm_callbacks& cb) {
+        sxm_content item = channel("f", "x");
+        cb.onForYou(cb.context, &item, SXM_TRUE);
+        cb.onForYou(cb.context, &item, SXM_FALSE);
+    });
+    EXPECT_EQ(waitFor(lib->getForYou()).size(), 2);
+    EXPECT_TRUE(waitFor(lib->getFavorites()).isEmpty()) << "the collection starts empty each time";
+
+    result("sxm_search", 0);
+    EXPECT_EQ(errorText(lib->search(QStringLiteral("x"))), QStringLiteral("sxm_search failed"));
+    result("sxm_clearRecents", 0);
+    EXPECT_EQ(errorText(lib->clearRecent()), QStringLiteral("clear recents error"));
+    result("sxm_get_favorites", 0);
+    libraryError("Bypass");
+    EXPECT_EQ(errorText(lib->getFavorites()), QStringLiteral("Bypass"));
+}
+
+TEST_F(SiriusLibTest, PlaybackOperationsMapTheirResults)
+{
+    SiriusLib* lib = bridge();
+    result("sxm_playChannel", 0);
+    EXPECT_EQ(errorText(lib->play(MivoSiriusPlayable())), QStringLiteral("sxm_playChannel failed"));
+    result("sxm_playChannel", 1);
+    MivoSiriusPlayable playable;
+    playable.setChannelId(QStringLiteral("c7"))
+        .setMode(MivoSiriusContentMode::Xtra)
+        .setPlayLive(true);
+    EXPECT_TRUE(waitFor(lib->play(playable)));
+    EXPECT_TRUE(called("sxm_playChannel(c7,,2,1)"));
+    result("sxm_stopChannel", 0);
+    EXPECT_EQ(errorText(lib->stop()), QStringLiteral("sxm_stopChannel failed"));
+
+    result("sxm_userPause", -1);
+    EXPECT_EQ(errorText(lib->userPause(true)), QStringLiteral("sxm_userPause failed"));
+    result("sxm_userPause", -21);
+    EXPECT_FALSE(waitFor(lib->userPause(false))) << "the pause point is gone";
+    result("sxm_userPause", 0);
+    EXPECT_TRUE(waitFor(lib->userPause(false)));
+    result("sxm_outputLatency", -1);
+    EXPECT_EQ(errorText(lib->outputLatency(-5)), QStringLiteral("sxm_outputLatency failed"));
+    result("sxm_getStreamBitrate", 96000);
+    EXPECT_EQ(waitFor(lib->getStreamBitrate()), 96000);
+
+    for (int value : {0, 1}) {
+        result("sxm_checkGeoRestricted", value);
+        EXPECT_EQ(waitFor(lib->checkGeoRestricted(QStringLiteral("c"))), value == 1);
+    }
+    result("sxm_checkGeoRestricted", 2);
+    EXPECT_EQ(errorText(lib->checkGeoRestricted(QStringLiteral("c"))),
+              QStringLiteral("sxm_checkGeoRestricted failed"));
+
+    lib->notifyPlayTimeChanged(12345);
+    lib->notifyGoLive();
+    EXPECT_TRUE(waitUntil([&] { return called("sxm_triggerGoLive"); }));
+    EXPECT_TRUE(called("sxm_on_playTimeChanged(12345)"));
+}
+
+TEST_F(SiriusLibTest, AudioBlocksReachTheDataWriteFunctionOnlyOnceItIsSet)
+{
+    SiriusLib lib(true);
+    unsigned char block[100] = {1, 2, 3};
+    unsigned int delay = 7;
+    EXPECT_EQ(SiriusLib::on_playbackData_callback(&lib, block, 100, 64000, &delay), 0)
+        << "dropped before a data-write function exists";
+    QByteArray seen;
+    lib.setDataWriteCallback([&](const QByteArray& data, unsigned int bitrate, unsigned int* out) {
+        seen = QByteArray(data.constData(), data.size()); // copy before returning
+        *out = bitrate / 1000;
+        return 40;
+    });
+    EXPECT_EQ(SiriusLib::on_playbackData_callback(&lib, block, 100, 64000, &delay), 40);
+    EXPECT_EQ(seen.size(), 100);
+    EXPECT_EQ(seen.at(2), 3);
+    EXPECT_EQ(delay, 64u);
+
+    result("sxm_sendAudioData", 0);
+    sirius::test::LogCapture log(sirius::siriusLibraryLogger());
+    lib.on_sendAudioDataFinished();
+    EXPECT_EQ(log.linesContaining("Error sending more audio data!").size(), 1u);
+}
+
+TEST_F(SiriusLibTest, EventCallbacksBecomeSignals)
+{
+    SiriusLib* lib = bridge();
+    QObject receiver;
+    QList<QHash<QString, QString>> settings;
+    QList<QList<MivoSiriusPdtCut>> cuts;
+    QList<MivoSiriusModuleType::Enum> refreshes;
+    QObject::connect(lib, &SiriusLib::onGlobalSettings, &receiver,
+                     [&](const QHash<QString, QString>& s) { settings.append(s); });
+    QObject::connect(lib, &SiriusLib::onPdtCuts, &receiver,
+                     [&](const QList<MivoSiriusPdtCut>& c) { cuts.append(c); });
+    QObject::connect(lib, &SiriusLib::onRefresh, &receiver,
+                     [&](MivoSiriusModuleType::Enum m) { refreshes.append(m); });
+
+    sxm_globalSetting records[] = {
+        {"TuneStart", "on"}, {"Other", "v\xc3\xa4"}, {"TuneStart", "off"}};
+    SiriusLib::on_globalSettings_callback(lib, records, 3);
+    SiriusLib::on_globalSettings_callback(lib, nullptr, 0);
+    sxm_pdt_cuts two[] = {{1, 2, "a", "t", "ar", "al"}, {3, 4, "b", "t2", nullptr, nullptr}};
+    SiriusLib::on_updateChannelsCuts_callback(lib, two, 2);
+    SiriusLib::on_refresh_callback(lib, 2);
+    ASSERT_TRUE(waitUntil(
+        [&] { return settings.size() == 2 && cuts.size() == 1 && refreshes.size() == 1; }));
+    EXPECT_EQ(settings[0].value(QStringLiteral("TuneStart")), QStringLiteral("off"))
+        << "a later duplicate wins";
+    EXPECT_EQ(settings[0].value(QStringLiteral("Other")), QStringLiteral("vä"));
+    EXPECT_TRUE(settings[1].isEmpty()) << "no records still reports, with an empty hash";
+    EXPECT_EQ(cuts[0].size(), 2);
+    EXPECT_EQ(cuts[0][1].channelId(), QStringLiteral("b"));
+    EXPECT_EQ(refreshes[0], MivoSiriusModuleType::Recents);
+}
+
+TEST_F(SiriusLibTest, ProgramDataIsAskedForByIdsByOneGenreOrForEverything)
+{
+    SiriusLib* lib = bridge();
+    const auto start = [&](const QSet<QString>& genres, const QSet<QString>& ids) {
+        EXPECT_TRUE(lib->startPdtNotification(genres, ids).waitForFinished(5000));
+    };
+    start({}, {QStringLiteral("c1")});
+    EXPECT_TRUE(called("sxm_startPtdNotificationForChannelIds(c1;)"));
+    start({QStringLiteral("pop")}, {});
+    EXPECT_TRUE(called("sxm_startPtdNotificationForGenre(pop)"));
+    fake::reset();
+    start({QStringLiteral("pop"), QStringLiteral("rock")}, {});
+    start({QStringLiteral("pop")}, {QStringLiteral("c1")});
+    start({}, {});
+    const auto calls = fake::library().callsSnapshot();
+    EXPECT_EQ(std::count(calls.begin(), calls.end(), "sxm_startPtdNotification"), 3);
+    EXPECT_TRUE(waitFor(lib->stopPdtNotification()));
+    EXPECT_TRUE(called("sxm_stop_pdt_notification"));
+}
+
+TEST_F(SiriusLibTest, FavoritesAndGlobalSettingsTravelAsLibraryRecords)
+{
+    SiriusLib* lib = bridge();
+    MivoSiriusFavorite favorite;
+    favorite.setAssetGuid(QStringLiteral("g"))
+        .setAssetType(MivoSiriusAssetType::Show)
+        .setChannelId(QStringLiteral("c"))
+        .setChangeType(MivoSiriusFavoriteChangeType::Removed);
+    EXPECT_TRUE(waitFor(lib->updateFavorites({favorite})));
+    EXPECT_TRUE(called("sxm_update_server_favorites(g:1:c:1;)"));
+    result("sxm_update_server_favorites", 0);
+    libraryError("Favorites disabled");
+    EXPECT_EQ(errorText(lib->updateFavorites({favorite})), QStringLiteral("Favorites disabled"));
+
+    EXPECT_TRUE(
+        waitFor(lib->updateGlobalSettings({{QStringLiteral("TuneStart"), QStringLiteral("off")}})));
+    EXPECT_TRUE(called("sxm_update_global_settings(TuneStart=off;)"));
+}
+
+TEST(SiriusLibSegmentTime, EveryResultCodeAndTextForm)
+{
+    const auto parse = [](int result, const char* text) {
+        CMReply<MivoSiriusSegmentTime> reply;
+        SiriusLib::completeSegmentTime(reply, result, QString::fromLatin1(text));
+        return reply;
+    };
+    EXPECT_EQ(parse(-3, "").error().message().toString(), QStringLiteral("Invalid state"));
+
+    const struct
+    {
+        int result;
+        MivoSiriusSegmentTimeError::Enum kind;
+    } errors[] = {{-118, MivoSiriusSegmentTimeError::SkipLimitReached},
+                  {-119, MivoSiriusSegmentTimeError::NoSkipsAvailable},
+                  {-4, MivoSiriusSegmentTimeError::SkipsNotAllowed},
+                  {-17, MivoSiriusSegmentTimeError::AlreadyLive},
+                  {-1, MivoSiriusSegmentTimeError::Unknown},
+                  {-200, MivoSiriusSegmentTimeError::Unknown}};
+    for (const auto& e : errors) {
+        const auto reply =
+            parse(e.result, "error/Skip limit reached until: 2026-11-22T18:05:00.000");
+        ASSERT_TRUE(reply.isSucceeded()) << "a refused skip is a value, not a failed reply";
+        EXPECT_EQ(reply.result().error(), e.kind) << e.result;
+        EXPECT_EQ(reply.result().errorMsg(),
+                  QStringLiteral("Skip limit reached until: 2026-11-22T18:05:00.000"));
+    }
+    EXPECT_EQ(parse(-17, "").result().errorMsg(), QStringLiteral("Unknown error"));
+    EXPECT_EQ(parse(-17, "error").result().errorMsg(), QStringLiteral("Unknown error"));
+    EXPECT_EQ(parse(-17, "warning/x").result().errorMsg(), QStringLiteral("Unknown error"));
+
+    const auto live = parse(2, "goLive").result();
+    EXPECT_TRUE(live.goLive());
+    EXPECT_EQ(live.skipsLeft(), 2);
+    const auto xtra = parse(0, "xtra;guid-9").result();
+    EXPECT_TRUE(xtra.isXtra());
+    EXPECT_EQ(xtra.assetGuid(), QStringLiteral("guid-9"));
+    const auto both = parse(5, "2026-11-22T10:00:00.000Z,guid-1").result();
+    EXPECT_EQ(both.startTime(), QStringLiteral("2026-11-22T10:00:00.000Z"));
+    EXPECT_EQ(both.assetGuid(), QStringLiteral("guid-1"));
+    EXPECT_EQ(both.skipsLeft(), 5);
+    const auto start = parse(1, "2026-11-22T10:00:00.000Z").result();
+    EXPECT_EQ(start.startTime(), QStringLiteral("2026-11-22T10:00:00.000Z"));
+    EXPECT_TRUE(start.assetGuid().isEmpty());
+    EXPECT_EQ(parse(1, "a,b,c").error().message().toString(), QStringLiteral("Unknown error"));
+
+    sirius::test::LogCapture log(sirius::siriusLibraryLogger());
+    const auto broken = parse(1, "xtra-without-separator");
+    EXPECT_TRUE(broken.isError()) << "an Xtra text without ';' is an error, not a crash";
+    EXPECT_EQ(log.linesContaining("Xtra segment text without an asset").size(), 1u);
+}
