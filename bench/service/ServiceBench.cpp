@@ -29,6 +29,7 @@ Running start(int channels)
     const int port = running.server->start();
     running.client = std::make_unique<httplib::Client>("127.0.0.1", port);
     running.client->set_keep_alive(true);
+    running.client->set_tcp_nodelay(true);
     const auto reply = running.client->Post(
         "/api/v1/session/login",
         R"({"user":"demo","password":"demo","device":{"make":"Bench","model":"B","mac":"00:11:22:33:44:55"}})",

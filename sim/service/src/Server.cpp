@@ -75,6 +75,9 @@ std::uint16_t Server::start(const std::string& host, std::uint16_t port)
         return new httplib::ThreadPool(kWorkerThreads);
     };
     http->set_keep_alive_timeout(kKeepAliveSeconds);
+    // Headers and body go out in separate writes: without this, Nagle's algorithm and the
+    // client's delayed acknowledgement hold small replies back for tens of milliseconds.
+    http->set_tcp_nodelay(true);
     http->set_error_handler(answerUnknownPath);
     ServiceContext& ctx = impl_->ctx;
     registerSessionRoutes(*http, ctx);
