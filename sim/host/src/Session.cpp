@@ -459,16 +459,40 @@ bool Session::playLogicCommand(const QString& role)
         CMSetDataRequest(m_player->playLogicPath(), role, MivoPlayLogicPlayArgs().__variant()));
 }
 
+bool Session::setPlayOutput(const QString& file)
+{
+    if (!startStreamer())
+        return false;
+    auto output = std::make_unique<QFile>(file);
+    if (!output->open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+        reportError(QStringLiteral("Usage"),
+                    QStringLiteral("Cannot write %1: %2").arg(file, output->errorString()));
+        return false;
+    }
+    m_streamer->setOutput(output.get());
+    m_playOutput = std::move(output);
+    return true;
+}
+
 void Session::stopPlayback()
 {
     if (!m_worker || !m_streamer)
         return;
     const bool playing = m_player->data().state() != MivoPlayLogicState::Stopped ||
                          m_streamer->state() != Streamer::State::Stopped;
-    if (!playing)
+    if (playing) {
+        playLogicCommand(PlayLogicBase::Stop());
+        waitUntil([this] { return m_streamer->state() == Streamer::State::Stopped; }, StopWaitMs);
+    }
+    closePlayOutput();
+}
+
+void Session::closePlayOutput()
+{
+    if (!m_playOutput)
         return;
-    playLogicCommand(PlayLogicBase::Stop());
-    waitUntil([this] { return m_streamer->state() == Streamer::State::Stopped; }, StopWaitMs);
+    m_streamer->setOutput(nullptr);
+    m_playOutput.reset();
 }
 
 bool Session::activate(const CMPath& path)
@@ -743,8 +767,13 @@ bool Session::cmdPause(const CommandArgs& args)
 
 bool Session::cmdStop(const CommandArgs& args)
 {
-    return checkArgs(args, 0, 0, {}, QStringLiteral("stop")) &&
-           playLogicCommand(PlayLogicBase::Stop());
+    if (!checkArgs(args, 0, 0, {}, QStringLiteral("stop")))
+        return false;
+    const bool stopped = playLogicCommand(PlayLogicBase::Stop());
+    if (m_streamer)
+        waitUntil([this] { return m_streamer->state() == Streamer::State::Stopped; }, StopWaitMs);
+    closePlayOutput();
+    return stopped;
 }
 
 bool Session::cmdNext(const CommandArgs& args)

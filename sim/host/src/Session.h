@@ -14,6 +14,7 @@
 #include <memory>
 
 class EmbeddedService;
+class QFile;
 class HostRoot;
 class NotificationDisplay;
 class Player;
@@ -62,6 +63,9 @@ public:
     bool resolvePlayable(const QString& text, MivoRoles* roles);
     /// Processes events until `done` or the time-out (ms, negative: none) or an interrupt.
     bool waitUntil(const std::function<bool()>& done, int timeoutMs = -1);
+    /// Writes the bytes played from now until the playback stops to `file`; false (printed) when
+    /// it cannot be written.
+    bool setPlayOutput(const QString& file);
     /// Stops playback if something plays, and waits for the streamer to stop.
     void stopPlayback();
 
@@ -114,6 +118,7 @@ private:
     bool setAccount(const QString& user, const QString& password);
     bool startService();
     bool startStreamer();
+    void closePlayOutput();
     void openListAt(const CMPath& path);
     void onRowsChanged(const CMPath& path, const QString& change, int count);
     bool findPlayableInParent(const CMPath& path, MivoRoles* roles);
@@ -128,6 +133,7 @@ private:
     std::unique_ptr<Streamer> m_streamer;
     std::unique_ptr<EmbeddedService> m_service;
     std::unique_ptr<WorkerHost> m_worker;
+    std::unique_ptr<QFile> m_playOutput; ///< the shell's play output, until the playback stops
     CMPath m_openList;
     /// The rows shown in this session, by their path, so that `play PATH` finds their roles.
     QHash<CMPath, MivoRoles> m_seenRows;

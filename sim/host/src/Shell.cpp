@@ -19,11 +19,14 @@ Shell::Shell(Session& session, Output& output, QObject* parent)
     , m_output(output)
 {
     connect(&m_session, &Session::listClosed, this, [this] {
-        // The module closed the list shown: back to the root, as a device's browser would.
+        // The module closed the list shown: back to the root, as a device's browser would (once
+        // the command under way, if any, is done).
         m_stack.clear();
-        if (!m_busy)
-            showRoot();
-        prompt();
+        m_rootPending = true;
+        if (!m_busy) {
+            returnToRootIfPending();
+            prompt();
+        }
     });
     connect(&m_session, &Session::listChanged, this, [this] {
         if (m_staleNoted)
@@ -88,6 +91,7 @@ void Shell::processPending()
         const QString line = m_pending.takeFirst().trimmed();
         if (!line.isEmpty() && !handle(line))
             m_failed = true;
+        returnToRootIfPending();
         if (!m_quit)
             prompt();
     }
@@ -110,7 +114,9 @@ void Shell::help()
   ls                  show the current list again
   open N | PATH       show row N's list (or play or activate it), or the list at PATH
   back                return to the list before
-  play N | PATH       play row N (or a row's path) and come back to the prompt
+  play N | PATH [--out F]
+                      play row N (or a row's path) and come back to the prompt; --out
+                      writes the played bytes to F until the playback stops
   pause | stop | next | previous | golive
                       control what plays (pause toggles)
   favorite N          add row N to the favorites, or remove it
@@ -119,6 +125,14 @@ void Shell::help()
   wait S              let S seconds pass (output goes on)
   quit                leave (stops what plays)
 Any other mivo-host command works too: rows, data, set, login, logout, idle, watch, paths.)"));
+}
+
+void Shell::returnToRootIfPending()
+{
+    if (!m_rootPending || m_quit)
+        return;
+    m_rootPending = false;
+    showRoot();
 }
 
 bool Shell::showRoot()
@@ -277,8 +291,12 @@ bool Shell::handle(const QString& line)
         return back();
     if ((command == QLatin1String("open") || command == QLatin1String("rows")) && oneArgument)
         return open(argument);
-    if (command == QLatin1String("play") && oneArgument)
+    if (command == QLatin1String("play") &&
+        (oneArgument || (words.size() == 4 && words.at(2) == QLatin1String("--out")))) {
+        if (words.size() == 4 && !m_session.setPlayOutput(words.at(3)))
+            return false;
         return play(argument);
+    }
     if (command == QLatin1String("favorite") && oneArgument)
         return favorite(argument);
     if (command == QLatin1String("search") && words.size() > 1)

@@ -31,6 +31,7 @@ private:
     void help();
 
     bool showRoot();
+    void returnToRootIfPending();
     bool showAndPush(const CMPath& path);
     bool back();
     bool refresh();
@@ -50,5 +51,6 @@ private:
     bool m_quit = false;
     bool m_failed = false;
     bool m_staleNoted = false;
-    QList<RowsPage> m_stack; ///< the lists opened, the current one last
+    bool m_rootPending = false; ///< a list closed: show the root when the current command is done
+    QList<RowsPage> m_stack;    ///< the lists opened, the current one last
 };

@@ -1,0 +1,65 @@
+#include "IntakeQueue.h"
+
+#include "TestPattern.h"
+
+#include <gtest/gtest.h>
+
+TEST(IntakeQueue, HoldsAFrameThatDoesNotFitAndLetsItInAsRoomIsMade)
+{
+    IntakeQueue queue(100);
+    const quint64 sender = queue.beginConnection();
+    EXPECT_EQ(queue.push(sender, testpattern::bytes(0, 60)), IntakeQueue::Admission::Queued);
+    // 60 + 60 > 100: held aside, and the receiver must stop reading.
+    EXPECT_EQ(queue.push(sender, testpattern::bytes(60, 60)), IntakeQueue::Admission::Full);
+    EXPECT_EQ(queue.size(), 120);
+    EXPECT_FALSE(queue.hasRoom());
+    EXPECT_EQ(queue.peek(1000).size(), 60);
+
+    EXPECT_EQ(queue.take(30), testpattern::bytes(0, 30));
+    // The held frame moved in: 90 of 100 bytes used, so the receiver may read again.
+    EXPECT_TRUE(queue.hasRoom());
+    EXPECT_EQ(queue.peek(1000), testpattern::bytes(30, 90));
+    EXPECT_EQ(queue.take(1000), testpattern::bytes(30, 90));
+    EXPECT_TRUE(queue.hasRoom());
+    EXPECT_EQ(queue.size(), 0);
+}
+
+TEST(IntakeQueue, AFrameLargerThanTheQueueStillGetsIntoAnEmptyQueue)
+{
+    IntakeQueue queue(10);
+    const quint64 sender = queue.beginConnection();
+    EXPECT_EQ(queue.push(sender, testpattern::bytes(0, 25)), IntakeQueue::Admission::Full);
+    EXPECT_EQ(queue.peek(100).size(), 25);
+    EXPECT_EQ(queue.take(25), testpattern::bytes(0, 25));
+}
+
+TEST(IntakeQueue, RetiredConnectionsAreDroppedAndNewOnesKept)
+{
+    IntakeQueue queue;
+    const quint64 old = queue.beginConnection();
+    queue.push(old, "abc");
+    queue.retireCurrentConnection();
+    EXPECT_EQ(queue.size(), 0);
+    EXPECT_EQ(queue.currentConnection(), 0u);
+    EXPECT_EQ(queue.push(old, "late"), IntakeQueue::Admission::Dropped);
+    const quint64 next = queue.beginConnection();
+    EXPECT_NE(next, old);
+    EXPECT_EQ(queue.push(next, "new"), IntakeQueue::Admission::Queued);
+    EXPECT_EQ(queue.take(10), QByteArray("new"));
+}
+
+TEST(IntakeQueue, EndTellsWhetherAudioWasLeftUnflushed)
+{
+    IntakeQueue queue;
+    const quint64 first = queue.beginConnection();
+    queue.push(first, "abc");
+    queue.flush(first);
+    EXPECT_EQ(queue.size(), 0);
+    EXPECT_FALSE(queue.endConnection(first));
+
+    const quint64 second = queue.beginConnection();
+    queue.push(second, "abc");
+    EXPECT_TRUE(queue.endConnection(second));
+    // Ending is answered once, for the connection that was current.
+    EXPECT_FALSE(queue.endConnection(second));
+}
