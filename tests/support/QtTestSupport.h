@@ -31,3 +31,12 @@ inline void pump(int ms = 20)
 }
 
 } // namespace testsupport
+
+#include <QString>
+#include <ostream>
+
+/// Lets GoogleTest print QStrings as text in failure messages.
+inline void PrintTo(const QString& text, std::ostream* out)
+{
+    *out << '"' << text.toStdString() << '"';
+}

@@ -1,0 +1,134 @@
+#include "contentFixtures.h"
+
+#include "logCapture.h"
+#include "siriusLogging.h"
+
+using fixtures::channel;
+using fixtures::ContentManagerTest;
+
+namespace {
+
+QStringList idsOf(const ContentManager& manager, const QVector<int>& indices)
+{
+    QStringList ids;
+    for (int index : indices)
+        ids << manager.channelRolesById(index, false).id();
+    return ids;
+}
+
+} // namespace
+
+TEST_F(ContentManagerTest, LineUpKeepsOneChannelPerIdSkipsAllXtraAndIncompleteRecords)
+{
+    sirius::test::LogCapture log(sirius::cbSiriusLogger());
+    int loaded = 0;
+    QObject::connect(&manager, &ContentManager::loaded, [&] { ++loaded; });
+    MivoSiriusContent allXtra = channel(QStringLiteral("x"), QStringLiteral("All"), 9);
+    allXtra.setGenreKey(QStringLiteral("allxtra"));
+    MivoSiriusContent noCategory = channel(QStringLiteral("n"), QStringLiteral("Pop"), 8);
+    noCategory.setCategory(QString());
+    manager.on_siriusLib_channel(channel(QStringLiteral("a"), QStringLiteral("Pop"), 2));
+    manager.on_siriusLib_channel(allXtra);
+    manager.on_siriusLib_channel(channel(QStringLiteral("a"), QStringLiteral("Rock"), 2));
+    manager.on_siriusLib_channel(channel(QStringLiteral("a"), QStringLiteral("Jazz"), 2));
+    manager.on_siriusLib_channel(noCategory);
+    manager.on_siriusLib_channel(channel(QStringLiteral("b"), QStringLiteral("Pop"), 5));
+    EXPECT_EQ(loaded, 0);
+    manager.on_siriusLib_channel(MivoSiriusContent());
+    EXPECT_EQ(loaded, 1) << "the empty record is the end mark";
+
+    EXPECT_EQ(manager.channelCount(), 2);
+    EXPECT_TRUE(manager.channelByChannelId(QStringLiteral("x")).isEmpty());
+    EXPECT_TRUE(manager.channelByChannelId(QStringLiteral("n")).isEmpty());
+    EXPECT_EQ(log.linesContaining("Missing basic info for channel").size(), 1u);
+    EXPECT_EQ(manager.channelByChannelId(QStringLiteral("a")).genre(), QStringLiteral("Pop"))
+        << "the first record of a channel answers for it";
+    EXPECT_EQ(manager.channelRolesById(1, false).id(), QStringLiteral("b"));
+
+    const auto genres = manager.genres(0, false);
+    QStringList names;
+    for (const auto& genre : genres)
+        names << QStringLiteral("%1:%2").arg(genre.genre).arg(genre.count);
+    EXPECT_EQ(names, (QStringList{"Jazz:1", "Pop:2", "Rock:1"}))
+        << "a channel counts in each of its genres";
+
+    manager.reset();
+    EXPECT_EQ(manager.channelCount(), 0);
+    EXPECT_TRUE(manager.channelRolesById(0, false).isEmpty())
+        << "out of range answers empty, not a crash";
+}
+
+TEST_F(ContentManagerTest, GenresSortByNameOrOrderAndCountXtraRecordsWhenAsked)
+{
+    MivoSiriusContent xtra = channel(QStringLiteral("x1"), QStringLiteral("Beats"), 700,
+                                     MivoSiriusAssetType::XtraChannel);
+    xtra.setGenreSortOrder(1);
+    load({channel(QStringLiteral("a"), QStringLiteral("Zydeco"), 1),
+          channel(QStringLiteral("b"), QStringLiteral("Alt"), 2), xtra});
+    const auto byName = manager.genres(0, false);
+    ASSERT_EQ(byName.size(), 3);
+    EXPECT_EQ(byName[0].genre, QStringLiteral("Alt"));
+    EXPECT_EQ(byName[0].genreKey, QStringLiteral("alt"));
+    EXPECT_EQ(byName[0].genreIcon, QStringLiteral("icon-Alt"));
+    const auto byOrder = manager.genres(1, false);
+    EXPECT_EQ(byOrder[0].genre, QStringLiteral("Beats")) << "sort order 1";
+    EXPECT_EQ(byOrder[2].genre, QStringLiteral("Zydeco")) << "sort order 6";
+    const auto xtraOnly = manager.genres(1, true);
+    ASSERT_EQ(xtraOnly.size(), 1);
+    EXPECT_EQ(xtraOnly[0].genre, QStringLiteral("Beats"));
+}
+
+TEST_F(ContentManagerTest, ChannelIdsFilterOnAnyRecordAndSortNumbersAsNumbers)
+{
+    MivoSiriusContent rockOf10 = channel(QStringLiteral("ten"), QStringLiteral("Rock"), 10);
+    MivoSiriusContent popOf9 = channel(QStringLiteral("nine"), QStringLiteral("Pop"), 9);
+    MivoSiriusContent secondRecordOf9 = channel(QStringLiteral("nine"), QStringLiteral("Rock"), 9);
+    secondRecordOf9.setSortOrder(1);
+    load(
+        {rockOf10, popOf9, secondRecordOf9,
+         channel(QStringLiteral("x"), QStringLiteral("Pop"), 3, MivoSiriusAssetType::XtraChannel)});
+
+    EXPECT_EQ(idsOf(manager, manager.channelIds({}, MivoSiriusContent::SiriusChannelNumber())),
+              (QStringList{"x", "nine", "ten"}));
+    const QVariantHash rock{{MivoSiriusContent::GenreKey(), QStringLiteral("rock")}};
+    EXPECT_EQ(idsOf(manager, manager.channelIds(rock, MivoSiriusContent::SortOrder())),
+              (QStringList{"nine", "ten"}))
+        << "only nine's second record matches, and its sort order (1) decides";
+    const QVariantHash xtra{{MivoSiriusContent::IsXtra(), true}};
+    EXPECT_TRUE(manager.channelIds(xtra, MivoSiriusContent::Title()).isEmpty())
+        << "no record says isXtra";
+
+    // Sort values given as texts: "10" and "9" order as numbers, "b" and "a" as texts.
+    MivoSiriusContent t10 = channel(QStringLiteral("t10"), QStringLiteral("Talk"), 1);
+    t10.setStreamingName(QStringLiteral("10"));
+    MivoSiriusContent t9 = channel(QStringLiteral("t9"), QStringLiteral("Talk"), 2);
+    t9.setStreamingName(QStringLiteral("9"));
+    MivoSiriusContent tb = channel(QStringLiteral("tb"), QStringLiteral("Talk2"), 3);
+    tb.setStreamingName(QStringLiteral("b"));
+    MivoSiriusContent ta = channel(QStringLiteral("ta"), QStringLiteral("Talk2"), 4);
+    ta.setStreamingName(QStringLiteral("a"));
+    manager.reset();
+    load({t10, t9, tb, ta});
+    EXPECT_EQ(
+        idsOf(manager, manager.channelIds({{MivoSiriusContent::GenreKey(), QStringLiteral("talk")}},
+                                          MivoSiriusContent::StreamingName())),
+        (QStringList{"t9", "t10"}));
+    EXPECT_EQ(idsOf(manager,
+                    manager.channelIds({{MivoSiriusContent::GenreKey(), QStringLiteral("talk2")}},
+                                       MivoSiriusContent::StreamingName())),
+              (QStringList{"ta", "tb"}));
+    // Mixed keys are not a consistent order; the sort still answers every channel once.
+    EXPECT_EQ(manager.channelIds({}, MivoSiriusContent::StreamingName()).size(), 4);
+}
+
+TEST_F(ContentManagerTest, LookupsAnswerFromTheFirstRecordAndEmptyForUnknownChannels)
+{
+    MivoSiriusContent restricted = channel(QStringLiteral("r"), QStringLiteral("Pop"), 1);
+    restricted.setGeoRestrictions(2).setInactivityTimeout(3600);
+    load({restricted});
+    EXPECT_TRUE(manager.geoRestricted(QStringLiteral("r")));
+    EXPECT_EQ(manager.inactivityTimeout(QStringLiteral("r")), 3600);
+    EXPECT_FALSE(manager.geoRestricted(QStringLiteral("unknown")));
+    EXPECT_EQ(manager.inactivityTimeout(QStringLiteral("unknown")), 0);
+    EXPECT_TRUE(manager.channelRolesByChannelId(QStringLiteral("unknown"), true).isEmpty());
+}

@@ -1,0 +1,164 @@
+#include "contentFixtures.h"
+
+#include "logCapture.h"
+#include "siriusLogging.h"
+
+using fixtures::channel;
+using fixtures::ContentManagerTest;
+
+namespace {
+
+template <class T>
+T valueOf(const CMReply<T>& reply)
+{
+    EXPECT_TRUE(reply.isFinished()) << "the fake library answers during the call";
+    EXPECT_FALSE(reply.isError()) << reply.error().toString().toStdString();
+    return reply.result();
+}
+
+sxm_content record(const char* id, int type, const char* title)
+{
+    sxm_content content{};
+    content.channelId = id;
+    content.assetType = type;
+    content.title = title;
+    content.assetGuid = title;
+    content.genre = "Pop";
+    return content;
+}
+
+QStringList titles(const QList<MivoRoles>& rows)
+{
+    QStringList list;
+    for (const MivoRoles& row : rows)
+        list << row.title();
+    return list;
+}
+
+MivoRoles show(const QString& sortKey, bool preferred, const QString& title)
+{
+    return MivoRoles().setSortKey(sortKey).setPreferred(preferred).setTitle(title);
+}
+
+} // namespace
+
+TEST_F(ContentManagerTest, ListsShowXtraChannelsThroughTheirChannelRow)
+{
+    registerCallbacks();
+    load({channel(QStringLiteral("x7"), QStringLiteral("Pop"), 7,
+                  MivoSiriusAssetType::XtraChannel)});
+    script("sxm_get_recents", [](const sxm_callbacks& cb) {
+        sxm_content xtra = record("x7", SXM_ASSET_XTRA_CHANNEL, "Xtra as listed in recents");
+        sxm_content episode = record("e1", SXM_ASSET_EPISODE, "An episode");
+        sxm_content unknownXtra = record("x9", SXM_ASSET_XTRA_CHANNEL, "Not in the line-up");
+        cb.onRecents(cb.context, &xtra, 0);
+        cb.onRecents(cb.context, &episode, 1);
+        cb.onRecents(cb.context, &unknownXtra, 2);
+    });
+    const QList<MivoRoles> recent = valueOf(manager.recent());
+    ASSERT_EQ(recent.size(), 3) << "form A keeps the empty row of an unknown Xtra channel";
+    EXPECT_EQ(recent[0].title(), QStringLiteral("Title x7"));
+    EXPECT_EQ(recent[1].title(), QStringLiteral("An episode"));
+    EXPECT_TRUE(recent[2].isEmpty());
+
+    script("sxm_search", [](const sxm_callbacks& cb) {
+        sxm_content unknownXtra = record("x9", SXM_ASSET_XTRA_CHANNEL, "Not in the line-up");
+        sxm_content live = record("l1", SXM_ASSET_LIVE_CHANNEL, "Live");
+        cb.onSearch(cb.context, &unknownXtra, 0);
+        cb.onSearch(cb.context, &live, 1);
+    });
+    EXPECT_EQ(titles(valueOf(manager.search(QStringLiteral("x")))), QStringList{"Live"})
+        << "form C drops empty rows";
+    EXPECT_TRUE(
+        std::count(fake::library().calls.begin(), fake::library().calls.end(), "sxm_search(x)"));
+}
+
+TEST_F(ContentManagerTest, ShowsSortByChannelOrderThenPreferredThenTitle)
+{
+    EXPECT_TRUE(ContentManager::sortShows(show("9", false, "b"), show("10", false, "a")))
+        << "sort keys compare as numbers";
+    EXPECT_TRUE(ContentManager::sortShows(show("5", true, "z"), show("5", false, "a")));
+    EXPECT_FALSE(ContentManager::sortShows(show("5", false, "a"), show("5", true, "z")));
+    EXPECT_TRUE(ContentManager::sortShows(show("5", true, "a"), show("5", true, "b")));
+    EXPECT_TRUE(ContentManager::sortShows(show("5", false, "a"), show("5", false, "b")));
+    EXPECT_FALSE(ContentManager::sortShows(show("x", false, "a"), show("0", false, "b")))
+        << "a non-number counts as 0";
+
+    registerCallbacks();
+    MivoSiriusContent near =
+        channel(QStringLiteral("near"), QStringLiteral("Pop"), 95); // sort order 5
+    MivoSiriusContent far =
+        channel(QStringLiteral("far"), QStringLiteral("Pop"), 10); // sort order 90
+    load({near, far});
+    script("sxm_getShows", [](const sxm_callbacks& cb) {
+        sxm_content shows[] = {record("far", SXM_ASSET_SHOW, "Far show"),
+                               record("near", SXM_ASSET_SHOW, "Near B"),
+                               record("near", SXM_ASSET_SHOW, "Near A")};
+        for (int i = 0; i < 3; ++i)
+            cb.onShows(cb.context, &shows[i], 1, i);
+        cb.onShows(cb.context, nullptr, 0, 3);
+    });
+    sirius::test::LogCapture log(sirius::cbSiriusLogger());
+    EXPECT_EQ(titles(valueOf(manager.onDemandShows(QStringLiteral("pop"), QStringLiteral("near")))),
+              (QStringList{"Near A", "Near B", "Far show"}));
+    EXPECT_EQ(log.linesContaining("genre, channelID: only one should be set!").size(), 1u);
+    EXPECT_EQ(calls("sxm_getShows(pop,near)"), 1) << "both are still passed on";
+}
+
+TEST_F(ContentManagerTest, FavoritesAreFetchedOnceUntilAnUpdateSucceeds)
+{
+    registerCallbacks();
+    script("sxm_get_favorites", [](const sxm_callbacks& cb) {
+        sxm_content favorite = record("fav", SXM_ASSET_LIVE_CHANNEL, "Fav");
+        cb.onFavorites(cb.context, &favorite, 0);
+    });
+    int changed = 0;
+    QObject::connect(&manager, &ContentManager::favoritesChanged, [&] { ++changed; });
+    EXPECT_EQ(titles(valueOf(manager.favorites())), QStringList{"Fav"});
+    EXPECT_TRUE(valueOf(manager.inFavoritesByChannelId(QStringLiteral("fav"))));
+    EXPECT_FALSE(valueOf(manager.inFavoritesByChannelId(QStringLiteral("other"))));
+    EXPECT_EQ(calls("sxm_get_favorites"), 1) << "answered from the cache after the first fetch";
+
+    MivoSiriusFavorite remove;
+    remove.setChannelId(QStringLiteral("fav")).setChangeType(MivoSiriusFavoriteChangeType::Removed);
+    sirius::test::LogCapture log(sirius::cbSiriusLogger());
+    EXPECT_TRUE(valueOf(manager.updateFavorites(remove)));
+    EXPECT_EQ(log.linesContaining("Favorites updated successfully").size(), 1u);
+    EXPECT_EQ(changed, 1);
+    valueOf(manager.favorites());
+    EXPECT_EQ(calls("sxm_get_favorites"), 2) << "fetched again after the update";
+
+    result("sxm_update_server_favorites", 0);
+    fake::library().error = "Bypass mode";
+    EXPECT_TRUE(manager.updateFavorites(remove).isError());
+    EXPECT_EQ(log.linesContaining("Failed to update favorites: Bypass mode").size(), 1u);
+    EXPECT_EQ(changed, 1);
+}
+
+TEST_F(ContentManagerTest, ClearRecentAnnouncesTheChangeAndErrorsPassThrough)
+{
+    int recentChanged = 0;
+    QObject::connect(&manager, &ContentManager::recentChanged, [&] { ++recentChanged; });
+    EXPECT_TRUE(valueOf(manager.clearRecent()).isEmpty());
+    EXPECT_EQ(recentChanged, 1);
+    result("sxm_clearRecents", 0);
+    const auto failed = manager.clearRecent();
+    EXPECT_EQ(failed.error().message().toString(), QStringLiteral("clear recents error"));
+    EXPECT_EQ(recentChanged, 1);
+    result("sxm_get_forYouCarousel", 0);
+    fake::library().error = "Service unavailable";
+    EXPECT_EQ(manager.forYou().error().message().toString(), QStringLiteral("Service unavailable"));
+}
+
+TEST_F(ContentManagerTest, BypassStatusAndRefreshNoticesPassThrough)
+{
+    MivoSiriusErrorNotification notification;
+    notification.setBypassStatus(MivoSiriusBypassStatus().setIsGupUnavailable(true));
+    manager.on_siriusLib_error(notification);
+    EXPECT_TRUE(manager.bypassStatus().isGupUnavailable());
+    QList<MivoSiriusModuleType::Enum> refreshed;
+    QObject::connect(&manager, &ContentManager::onRefresh,
+                     [&](MivoSiriusModuleType::Enum m) { refreshed << m; });
+    manager.on_siriusLib_refresh(MivoSiriusModuleType::Favorites);
+    EXPECT_EQ(refreshed, QList<MivoSiriusModuleType::Enum>{MivoSiriusModuleType::Favorites});
+}
