@@ -63,3 +63,19 @@ TEST(IntakeQueue, EndTellsWhetherAudioWasLeftUnflushed)
     // Ending is answered once, for the connection that was current.
     EXPECT_FALSE(queue.endConnection(second));
 }
+
+TEST(IntakeQueue, DrainingDropsWhatDoesNotFitUntilTheFlush)
+{
+    IntakeQueue queue(100);
+    const quint64 sender = queue.beginConnection();
+    queue.push(sender, testpattern::bytes(0, 100));
+    queue.beginDrain();
+    // Full, but the reader must go on to reach the flush: the frame is dropped, not held.
+    EXPECT_EQ(queue.push(sender, testpattern::bytes(100, 50)), IntakeQueue::Admission::Dropped);
+    EXPECT_EQ(queue.size(), 100);
+    queue.flush(sender);
+    EXPECT_FALSE(queue.isDraining());
+    EXPECT_EQ(queue.push(sender, testpattern::bytes(0, 60)), IntakeQueue::Admission::Queued);
+    EXPECT_EQ(queue.push(sender, testpattern::bytes(60, 60)), IntakeQueue::Admission::Full);
+    EXPECT_EQ(queue.size(), 120);
+}

@@ -39,6 +39,7 @@ bool IntakeQueue::endConnection(quint64 id)
     if (id != m_connection)
         return false;
     m_connection = 0;
+    m_draining = false;
     return std::exchange(m_unflushed, false);
 }
 
@@ -53,10 +54,30 @@ void IntakeQueue::retireCurrentConnection()
     m_heldBytes = 0;
 }
 
+void IntakeQueue::beginDrain()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_draining = m_connection != 0;
+}
+
+void IntakeQueue::endDrain()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_draining = false;
+}
+
+bool IntakeQueue::isDraining() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_draining;
+}
+
 IntakeQueue::Admission IntakeQueue::push(quint64 connection, const QByteArray& bytes)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     if (connection == 0 || connection == m_retired)
+        return Admission::Dropped;
+    if (m_draining && connection == m_connection && !hasRoomLocked())
         return Admission::Dropped;
     if (bytes.isEmpty())
         return hasRoomLocked() ? Admission::Queued : Admission::Full;
@@ -77,8 +98,10 @@ IntakeQueue::Admission IntakeQueue::push(quint64 connection, const QByteArray& b
 void IntakeQueue::flush(quint64 connection)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
-    if (connection == m_connection)
+    if (connection == m_connection) {
         m_unflushed = false;
+        m_draining = false;
+    }
     m_chunks.clear();
     m_held.clear();
     m_frontOffset = 0;

@@ -20,7 +20,7 @@ public:
     {
         Queued,  ///< queued; there is room for more
         Full,    ///< queued or held aside: stop reading until take() made room
-        Dropped, ///< the frame's connection is retired
+        Dropped, ///< the frame's connection is retired, or the queue drains for a flush
     };
 
     explicit IntakeQueue(qint64 capacity = 1024 * 1024);
@@ -36,6 +36,14 @@ public:
     bool endConnection(quint64 id);
     /// Drops everything queued and every later frame of the current connection.
     void retireCurrentConnection();
+
+    /// A flush is expected (the host asked the sender's play logic to stop or skip): frames that
+    /// do not fit are dropped instead of holding the sender back, so that the flush behind them
+    /// in the socket is reached at once. Ends at the flush, at the end of the connection, or
+    /// with endDrain().
+    void beginDrain();
+    void endDrain();
+    bool isDraining() const;
 
     Admission push(quint64 connection, const QByteArray& bytes);
     /// The sender asked for a flush: what it sent before is dropped.
@@ -66,4 +74,5 @@ private:
     quint64 m_connection = 0;
     quint64 m_retired = 0;
     bool m_unflushed = false;
+    bool m_draining = false;
 };

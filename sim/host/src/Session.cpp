@@ -32,6 +32,8 @@ constexpr int WaitPollMs = 10;
 constexpr int MaxRedirects = 5;
 /// How long the end of a playback waits for the streamer to stop.
 constexpr int StopWaitMs = 5000;
+/// How long a play-logic command that flushes the sender may take to reach the streamer.
+constexpr int ExpectFlushMs = 2000;
 /// How deep the demo looks for something playable.
 constexpr int DemoDepth = 3;
 
@@ -448,13 +450,24 @@ bool Session::startPlaying(const MivoRoles& roles)
     if (!ensureWorker())
         return false;
     m_player->follow(playLogic);
+    expectFlush();
     MivoPlayLogicPlayArgs args;
     args.setId(roles.id()).setMediaRoles(roles);
     return request(CMSetDataRequest(playLogic, PlayLogicBase::Play(), args.__variant()));
 }
 
+void Session::expectFlush()
+{
+    if (m_streamer && m_streamer->state() != Streamer::State::Stopped)
+        m_streamer->expectFlush(ExpectFlushMs);
+}
+
 bool Session::playLogicCommand(const QString& role)
 {
+    // These end or replace the playing stream: the play logic flushes its sender first.
+    if (role == PlayLogicBase::Stop() || role == PlayLogicBase::Next() ||
+        role == PlayLogicBase::Previous())
+        expectFlush();
     return request(
         CMSetDataRequest(m_player->playLogicPath(), role, MivoPlayLogicPlayArgs().__variant()));
 }
@@ -790,7 +803,10 @@ bool Session::cmdPrevious(const CommandArgs& args)
 
 bool Session::cmdGoLive(const CommandArgs& args)
 {
-    return checkArgs(args, 0, 0, {}, QStringLiteral("golive")) && activate(MivoSiriusGoLivePath());
+    if (!checkArgs(args, 0, 0, {}, QStringLiteral("golive")))
+        return false;
+    expectFlush();
+    return activate(MivoSiriusGoLivePath());
 }
 
 bool Session::cmdWatch(const CommandArgs& args)

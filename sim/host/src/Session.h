@@ -119,6 +119,8 @@ private:
     bool startService();
     bool startStreamer();
     void closePlayOutput();
+    /// Tells the streamer that the next play-logic command flushes the sender.
+    void expectFlush();
     void openListAt(const CMPath& path);
     void onRowsChanged(const CMPath& path, const QString& change, int count);
     bool findPlayableInParent(const CMPath& path, MivoRoles* roles);

@@ -70,6 +70,8 @@ Streamer::Streamer(HostRoot& root, QObject* parent)
     connect(&m_tick, &QTimer::timeout, this, &Streamer::tick);
     m_senderTimer.setSingleShot(true);
     connect(&m_senderTimer, &QTimer::timeout, this, &Streamer::senderTimedOut);
+    m_drainTimer.setSingleShot(true);
+    connect(&m_drainTimer, &QTimer::timeout, this, [this] { m_queue.endDrain(); });
     registerCommands(root);
     publishData();
 }
@@ -121,6 +123,14 @@ void Streamer::setOutput(QIODevice* output)
 {
     m_output = output;
     m_outputFailed = false;
+}
+
+void Streamer::expectFlush(int ms)
+{
+    m_queue.beginDrain();
+    if (m_receiver && m_receiver->isReadingPaused())
+        m_receiver->resumeReading();
+    m_drainTimer.start(ms);
 }
 
 QVariantHash Streamer::attributes(int playbackId) const
@@ -268,7 +278,7 @@ void Streamer::installReceiverCallbacks()
 void Streamer::receiveFrame(const smt2::AudioFrame& frame)
 {
     const IntakeQueue::Admission admission = m_queue.push(m_ioConnection, frame.data);
-    if (admission == IntakeQueue::Admission::Full)
+    if (admission == IntakeQueue::Admission::Full && !m_queue.isDraining())
         m_receiver->pauseReading();
     if (admission == IntakeQueue::Admission::Dropped)
         return;
@@ -405,7 +415,7 @@ void Streamer::tick()
         if (drained)
             m_playback.clockUs = std::min(m_playback.clockUs, m_playback.playedUs);
     }
-    if (m_receiver->isReadingPaused() && m_queue.hasRoom())
+    if (m_receiver->isReadingPaused() && (m_queue.hasRoom() || m_queue.isDraining()))
         m_receiver->resumeReading();
     publishProgress(false);
     finishIfDrained();

@@ -69,6 +69,13 @@ public:
     /// How long a play waits for its sender before it fails.
     void setSenderTimeout(int ms) { m_senderTimeoutMs = ms; }
 
+    /// The host is about to ask the play logic to stop or skip, which flushes the sender: until
+    /// that flush arrives (or `ms` passed), audio that does not fit the queue is dropped instead
+    /// of holding the sender back. Otherwise the flush would wait in the socket behind a full
+    /// queue's worth of audio, which at real time takes many seconds to play out, while the
+    /// sender's thread blocks on it.
+    void expectFlush(int ms);
+
     State state() const { return m_state; }
     Statistics statistics() const { return m_stats; }
     /// The attributes last set for `playbackId` (-1: every playback).
@@ -145,6 +152,7 @@ private:
     qint64 m_playStartedNs = 0; ///< when the current play command arrived
     QTimer m_tick;
     QTimer m_senderTimer;
+    QTimer m_drainTimer;
 
     IntakeQueue m_queue;
     /// When the current play command was accepted and when its first frame arrived (ns since
