@@ -185,7 +185,8 @@ Options (before or after the command):
   --module F          the module to load (default: the cb_sirius module, see below)
   --settings F        the settings file (default: ~/.config/mivo-host/settings.json)
   --service URL       the SiriusXM service to use, e.g. http://127.0.0.1:8080 (default: an
-                      embedded simulated service on a free loopback port, when built in)
+                      embedded simulated service on a free loopback port, when built in,
+                      signed in with its demo account); --service none uses neither
   --json              print one JSON document per line instead of text
   --speed X           play audio out X times faster than real time (default 1)
   --timeout S         how long to wait for the module to answer a request (default 10)
@@ -209,11 +210,12 @@ Commands:
   pause | stop | next | previous   control the playing item
   watch PATH SECONDS         keep a list open and print its rows whenever they change
   idle SECONDS               set the system idle time
+  wait SECONDS               let time pass (output goes on), for scripts and the shell
   messages                   the pop-ups shown so far in this process
   run SCRIPT                 run the commands in SCRIPT (one a line, # comments) in one process
   shell                      interactive: numbered rows, open N, back, play N, pause, next,
                              previous, golive, favorite N, search TEXT, messages, quit, help
-  demo                       a short tour: sign in, browse, play a channel
+  demo [--seconds S]         a short tour: browse down to a channel and play it for S s
 
 PATH is an encoded path ("/sirius/browse") or an alias: browse, account, playlogic, golive,
 favorite, clearrecents.
@@ -224,8 +226,8 @@ The module: --module F, else $MIVO_HOST_MODULE, else libcb_sirius.so next to miv
 With --json: lists {"path","title","total","offset","rows":[{"id","title","description","type",
 "path","icon","context"}]}, errors {"error":{"name","title","message"}}, pop-ups
 {"popup":{"title","lines","priority","timeoutMs"}}, play-logic data {"playlogic":{...}},
-play time {"position":{...}}, streamer data {"streamer":{...}}, and the others documented in
-docs/host.md.
+play time {"position":{...}}, streamer data {"streamer":{...}}, the end of a play
+{"played":{...,"requestToFirstByteMs"}} and the others documented in docs/host.md.
 
 Exit status: 0 when every command succeeded, 1 when one failed, 2 for a usage error.
 )");

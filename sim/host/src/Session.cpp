@@ -18,6 +18,7 @@
 #include <mivosdk/PlayLogicBase.h>
 
 #include <QElapsedTimer>
+#include <chrono>
 #include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
@@ -744,6 +745,7 @@ bool Session::cmdPlay(const CommandArgs& args)
             else if (active)
                 ended = true;
         });
+    const auto requested = std::chrono::steady_clock::now();
     const bool started = startPlaying(roles);
     if (started)
         waitUntil([&ended] { return ended; }, seconds < 0 ? -1 : seconds * 1000);
@@ -757,18 +759,25 @@ bool Session::cmdPlay(const CommandArgs& args)
     if (!started)
         return false;
     const Streamer::Statistics stats = m_streamer->statistics();
+    // From the player's play request to the first byte played out: what a listener waits.
+    const double latencyMs =
+        stats.firstByteMs < 0
+            ? -1.0
+            : std::chrono::duration<double, std::milli>(stats.firstByteAt - requested).count();
     m_output.item(QStringLiteral("played"),
                   QJsonObject{{QStringLiteral("path"), roles.path().toEncoded()},
                               {QStringLiteral("title"), roles.title()},
                               {QStringLiteral("bytes"), double(stats.bytesPlayed)},
                               {QStringLiteral("ms"), double(stats.playTimeMs)},
-                              {QStringLiteral("firstFrameMs"), double(stats.firstFrameMs)},
-                              {QStringLiteral("firstByteMs"), double(stats.firstByteMs)}},
-                  QStringLiteral("Played %1 bytes (%2 s) of \"%3\"; first audio after %4 ms")
+                              {QStringLiteral("firstFrameMs"), stats.firstFrameMs},
+                              {QStringLiteral("firstByteMs"), stats.firstByteMs},
+                              {QStringLiteral("requestToFirstByteMs"), latencyMs}},
+                  QStringLiteral("Played %1 bytes (%2 s) of \"%3\"; first byte %4 ms after "
+                                 "the play request")
                       .arg(stats.bytesPlayed)
                       .arg(stats.playTimeMs / 1000.0)
                       .arg(roles.title())
-                      .arg(stats.firstByteMs));
+                      .arg(latencyMs, 0, 'f', 2));
     return !m_player->streamerData().hasError();
 }
 

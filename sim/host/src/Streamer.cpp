@@ -445,10 +445,11 @@ void Streamer::playUnit(const PlayoutPacer::Unit& unit)
                              << m_output->errorString();
     }
     if (m_stats.firstByteMs < 0) {
-        m_stats.firstByteMs = (m_clock.nsecsElapsed() - m_playStartedNs) / 1000000;
+        m_stats.firstByteAt = std::chrono::steady_clock::now();
+        m_stats.firstByteMs = double(m_clock.nsecsElapsed() - m_playStartedNs) / 1e6;
         const qint64 frame = m_firstFrameNs.load(std::memory_order_acquire);
         if (frame > 0)
-            m_stats.firstFrameMs = (frame - m_playStartedNs) / 1000000;
+            m_stats.firstFrameMs = double(frame - m_playStartedNs) / 1e6;
     }
     m_stats.bytesPlayed += bytes.size();
     m_playback.playedUs += unit.durationUs;

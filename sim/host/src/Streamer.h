@@ -19,6 +19,7 @@
 #include <QTemporaryDir>
 #include <QTimer>
 #include <atomic>
+#include <chrono>
 #include <memory>
 
 class HostRoot;
@@ -48,8 +49,10 @@ public:
     {
         qint64 bytesPlayed = 0;
         qint64 playTimeMs = 0;
-        qint64 firstFrameMs = -1; ///< from the play command to the first audio received
-        qint64 firstByteMs = -1;  ///< from the play command to the first byte played out
+        double firstFrameMs = -1; ///< from the play command to the first audio received
+        double firstByteMs = -1;  ///< from the play command to the first byte played out
+        /// When the first byte was played out (steady clock); for latencies measured elsewhere.
+        std::chrono::steady_clock::time_point firstByteAt;
     };
 
     /// Registers the commands on `root`.
