@@ -77,9 +77,14 @@ TEST_F(TransferTest, SendCompletesOnceInTheSocketNotOnceRead)
     receiver.pauseReading();
     EXPECT_EQ(await(sender.sendAudioData(0, 0, patternBytes(1024, 3))), ErrorID::NoError);
     receiverLog.read([](ReceiverLog& log) { EXPECT_TRUE(log.m_frames.empty()); });
+    // Read ahead, but held back from the host, and counted as such.
+    ASSERT_TRUE(eventually([&] { return receiver.readAheadBytes() >= 1024; }));
+    receiverLog.read([](ReceiverLog& log) { EXPECT_TRUE(log.m_frames.empty()); });
 
     receiver.resumeReading();
     ASSERT_TRUE(receiverLog.waitUntil([](ReceiverLog& log) { return log.m_frames.size() == 1; }));
+    receiverLoop.invoke([] {}).wait();
+    EXPECT_EQ(receiver.readAheadBytes(), 0u);
 }
 
 TEST_F(TransferTest, StalledReceiverHoldsSendsBackAndLosesNothing)
@@ -153,6 +158,63 @@ TEST_F(TransferTest, FlushCompletesOnlyWhenAcknowledged)
 
     receiver.acknowledgeFlush(receiverLog.read([](ReceiverLog& log) { return log.m_flushes[0]; }));
     EXPECT_EQ(await(flushed), ErrorID::NoError);
+}
+
+TEST_F(TransferTest, FlushReachesAPausedReceiverAndDropsTheUnreadAudioBeforeIt)
+{
+    startReceiver(/*holdFlushes=*/true);
+    miscUtils::VariantHash params;
+    params.insert("rate", 48000);
+    connectSender();
+    receiver.pauseReading();
+    for (int i = 0; i < 10; ++i)
+        EXPECT_EQ(await(sender.sendAudioData(i, i, patternBytes(1024, 0))), ErrorID::NoError);
+    sender.setAudioSequenceInfo("audio/x-opaque", params);
+    auto flushed = sender.sendFlush();
+
+    // Reported although nobody reads frames, with the frames before it gone.
+    ASSERT_TRUE(receiverLog.waitUntil([](ReceiverLog& log) { return log.m_flushes.size() == 1; }));
+    receiverLog.read([](ReceiverLog& log) {
+        EXPECT_TRUE(log.m_frames.empty());
+        ASSERT_EQ(log.m_sequenceInfo.size(), 1u); // a format change is kept
+        EXPECT_EQ(log.m_sequenceInfo[0].second.value("rate").toInt(), 48000);
+    });
+    receiver.acknowledgeFlush(receiverLog.read([](ReceiverLog& log) { return log.m_flushes[0]; }));
+    EXPECT_EQ(await(flushed), ErrorID::NoError);
+
+    EXPECT_EQ(await(sender.sendAudioData(100, 100, patternBytes(10, 9))), ErrorID::NoError);
+    receiver.resumeReading();
+    ASSERT_TRUE(receiverLog.waitUntil([](ReceiverLog& log) { return !log.m_frames.empty(); }));
+    receiverLoop.invoke([] {}).wait();
+    receiverLog.read([](ReceiverLog& log) {
+        ASSERT_EQ(log.m_frames.size(), 1u);
+        EXPECT_EQ(log.m_frames[0].pts, 100);
+    });
+}
+
+TEST_F(TransferTest, StreamEndingWhilePausedStillDeliversWhatCameBefore)
+{
+    startReceiver();
+    connectSender();
+    receiver.pauseReading();
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(await(sender.sendAudioData(i, i, patternBytes(2000, 1))), ErrorID::NoError);
+    sender.disconnect();
+    // Give the receiver the chance to read ahead to the goodbye.
+    for (int turn = 0; turn < 3; ++turn) {
+        senderLoop.invoke([] {}).wait();
+        receiverLoop.invoke([] {}).wait();
+    }
+    receiverLog.read([](ReceiverLog& log) {
+        EXPECT_TRUE(log.m_frames.empty());
+        EXPECT_TRUE(log.m_disconnects.empty());
+    });
+    receiver.resumeReading();
+    ASSERT_TRUE(receiverLog.waitUntil([](ReceiverLog& log) { return !log.m_disconnects.empty(); }));
+    receiverLog.read([](ReceiverLog& log) {
+        EXPECT_EQ(log.m_frames.size(), 3u);
+        EXPECT_EQ(log.m_disconnects[0], ErrorID::NoError);
+    });
 }
 
 TEST_F(TransferTest, FlushWithoutAHandlerIsAcknowledgedAtOnce)

@@ -53,20 +53,27 @@ public:
         std::function<void(const std::string& audioType, const miscUtils::VariantHash& params)>
             callback);
     void onAudioFrame(std::function<void(const AudioFrame& frame)> callback);
-    // The sender waits until acknowledgeFlush(token). Without this callback flushes are
-    // acknowledged at once.
+    // The sender wants the stream emptied: drop what is queued, then acknowledgeFlush(token);
+    // the sender's flush completes only then. Without this callback flushes are acknowledged at
+    // once. Normally a flush comes after every frame sent before it; while reading is paused,
+    // a flush found in the read-ahead comes at once, and the unread frames before it are
+    // dropped (they would be dropped with the queue anyway).
     void onFlushRequested(std::function<void(FlushToken token)> callback);
     // The connection has ended: NoError after the sender's goodbye, Disconnected if it just
     // went away, ProtocolError/IOError on a broken stream, Cancelled by close(). Only reported
     // for senders that completed the handshake.
     void onSenderDisconnected(std::function<void(ErrorID reason)> callback);
 
-    // Flow control. While paused no frame is delivered and the socket is not read, so the
-    // sender's sends wait; a handshake is still answered. Takes effect before the next frame
-    // when called from a callback.
+    // Flow control. While paused no frame is delivered; the socket is read only until 512 KiB is
+    // buffered, after which the sender's sends wait. A handshake is still answered, and a flush
+    // in the read-ahead still reported. Takes effect before the next frame when called from a
+    // callback.
     void pauseReading();
     void resumeReading();
     bool isReadingPaused() const;
+    // Bytes read from the socket but not delivered yet (the read-ahead, at most 512 KiB plus
+    // one message): audio that is buffered ahead of the listener besides the host's own queue.
+    std::size_t readAheadBytes() const;
 
     // Tells the sender that everything before the flush has been handled. A token of an ended
     // connection is ignored.

@@ -98,6 +98,9 @@ public:
     std::uint8_t* prepare(std::size_t bytes);
     void commit(std::size_t bytes);
     Status next(Message* out);
+    // Looks at the message that starts offset bytes after the next unconsumed one, without
+    // consuming anything; *size receives its whole size (header included).
+    Status peek(std::size_t offset, Message* out, std::size_t* size) const;
     std::size_t bufferedBytes() const { return m_end - m_begin; }
 
 private:

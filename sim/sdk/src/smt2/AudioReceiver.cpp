@@ -119,6 +119,11 @@ bool AudioReceiver::isReadingPaused() const
     return m_core->paused();
 }
 
+std::size_t AudioReceiver::readAheadBytes() const
+{
+    return m_core->readAheadBytes();
+}
+
 void AudioReceiver::acknowledgeFlush(FlushToken token)
 {
     m_core->loop().post([core = m_core, token] { core->acknowledgeFlush(token); });

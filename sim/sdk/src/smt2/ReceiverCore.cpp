@@ -15,7 +15,7 @@ namespace smt2::detail {
 
 namespace {
 
-Q_LOGGING_CATEGORY(lcReceiver, "mivo.smt2.receiver")
+Q_LOGGING_CATEGORY(lcReceiver, "mivo.smt2.receiver", QtInfoMsg)
 
 // Large enough for several 64 KiB frames per read.
 constexpr std::size_t kReadChunk = 256 * 1024;
@@ -23,6 +23,11 @@ constexpr std::size_t kReadChunk = 256 * 1024;
 // posted from other threads are not starved by a fast sender.
 constexpr std::size_t kMaxBytesPerWakeup = 1024 * 1024;
 constexpr int kListenBacklog = 8;
+// While paused, reading goes on until this much is buffered: more than a sender's socket holds
+// with a 128 KiB SO_SNDBUF (doubled by the kernel) plus a 64 KiB send, so that a flush queued
+// behind them is seen without waiting for the host's queue to drain. Beyond it the socket fills
+// and the sender waits, as it should.
+constexpr std::size_t kPausedLookahead = 512 * 1024;
 
 std::uint64_t makeFlushToken(std::uint32_t connection, std::uint32_t flushId)
 {
@@ -167,6 +172,8 @@ void ReceiverCore::acceptNext()
     m_connection = std::move(connection);
     ++m_connectionNumber;
     m_handshakeDone = false;
+    m_endOfStream = false;
+    resetScan();
     m_incoming = wire::FrameReader();
     m_replies.clear();
     m_connectionInterest = {};
@@ -204,19 +211,22 @@ void ReceiverCore::onConnectionEvents(miscUtils::IOEvents events)
         updateConnectionInterest();
 }
 
+bool ReceiverCore::wantsToRead() const
+{
+    return !m_endOfStream && (deliveringAllowed() || m_incoming.bufferedBytes() < kPausedLookahead);
+}
+
 void ReceiverCore::readConnection()
 {
     std::size_t budget = kMaxBytesPerWakeup;
-    while (m_connection && deliveringAllowed() && budget > 0) {
+    while (m_connection && wantsToRead() && budget > 0) {
         std::uint8_t* space = m_incoming.prepare(kReadChunk);
         ssize_t got;
         do {
             got = ::recv(m_connection.get(), space, kReadChunk, MSG_DONTWAIT);
         } while (got < 0 && errno == EINTR);
         if (got == 0) {
-            // Whatever was read before has been delivered; a partial frame left over means the
-            // sender broke off mid-frame.
-            endConnection(ErrorID::Disconnected);
+            finishStream(ErrorID::Disconnected);
             return;
         }
         if (got < 0) {
@@ -224,7 +234,7 @@ void ReceiverCore::readConnection()
                 return;
             const int error = errno;
             qCWarning(lcReceiver, "receive failed: %s", std::strerror(error));
-            endConnection(error == ECONNRESET ? ErrorID::Disconnected : ErrorID::IOError);
+            finishStream(error == ECONNRESET ? ErrorID::Disconnected : ErrorID::IOError);
             return;
         }
         m_incoming.commit(static_cast<std::size_t>(got));
@@ -233,20 +243,66 @@ void ReceiverCore::readConnection()
     }
 }
 
+void ReceiverCore::finishStream(ErrorID reason)
+{
+    m_endOfStream = true;
+    m_endReason = reason;
+    processBuffered();
+}
+
 void ReceiverCore::processBuffered()
 {
+    if (m_handshakeDone && paused())
+        takeFlushesFromLookahead();
     wire::Message message;
     while (m_connection && deliveringAllowed()) {
         const auto status = m_incoming.next(&message);
         if (status == wire::FrameReader::Status::NeedMore)
-            return;
+            break;
         if (status == wire::FrameReader::Status::TooLarge) {
             qCWarning(lcReceiver, "sender announced an oversized message");
             endConnection(ErrorID::ProtocolError);
             return;
         }
+        resetScan();
         handleMessage(message);
     }
+    m_readAhead.store(m_incoming.bufferedBytes(), std::memory_order_relaxed);
+    std::size_t size = 0;
+    // A partial message left at the end of the stream means the sender broke off mid-message.
+    if (m_connection && m_endOfStream &&
+        m_incoming.peek(0, &message, &size) != wire::FrameReader::Status::Message)
+        endConnection(m_endReason);
+}
+
+// A flush empties the stream: the host drops its queue, and the audio that the sender wrote
+// before the flush but that is still unread here would be dropped right after. Dropping it here
+// instead lets the flush through while the host is not reading, rather than after the host has
+// played that audio out in real time.
+void ReceiverCore::takeFlushesFromLookahead()
+{
+    wire::Message message;
+    std::size_t size = 0;
+    std::size_t messagesThroughLastFlush = 0;
+    while (m_incoming.peek(m_scannedBytes, &message, &size) == wire::FrameReader::Status::Message) {
+        ++m_scannedMessages;
+        m_scannedBytes += size;
+        if (message.type == wire::MessageType::Flush)
+            messagesThroughLastFlush = m_scannedMessages;
+    }
+    if (messagesThroughLastFlush == 0)
+        return;
+    std::size_t droppedBytes = 0;
+    for (std::size_t i = 0; i < messagesThroughLastFlush && m_connection; ++i) {
+        m_incoming.next(&message);
+        if (message.type == wire::MessageType::AudioFrame)
+            droppedBytes += message.payload.size();
+        else
+            handleMessage(message); // sequence info still counts for what follows the flush
+    }
+    resetScan();
+    qCDebug(lcReceiver, "flush read ahead while paused; %zu bytes of unread audio dropped",
+            droppedBytes);
 }
 
 void ReceiverCore::handleMessage(const wire::Message& message)
@@ -381,11 +437,9 @@ void ReceiverCore::applyPause()
 {
     if (!m_connection)
         return;
-    if (deliveringAllowed()) {
-        processBuffered(); // frames read before the pause come first
-        if (m_connection && deliveringAllowed())
-            readConnection();
-    }
+    processBuffered(); // frames read before the pause come first
+    if (m_connection)
+        readConnection();
     if (m_connection)
         updateConnectionInterest();
 }
@@ -393,7 +447,7 @@ void ReceiverCore::applyPause()
 void ReceiverCore::updateConnectionInterest()
 {
     miscUtils::IOEvents wanted;
-    if (deliveringAllowed())
+    if (wantsToRead())
         wanted |= miscUtils::IOEvent::Readable;
     if (!m_replies.empty())
         wanted |= miscUtils::IOEvent::Writable;
@@ -433,6 +487,9 @@ void ReceiverCore::endConnection(ErrorID reason)
     m_connection.reset();
     m_incoming = wire::FrameReader();
     m_replies.clear();
+    m_endOfStream = false;
+    resetScan();
+    m_readAhead.store(0, std::memory_order_relaxed);
     const bool wasServing = m_handshakeDone;
     m_handshakeDone = false;
     m_hasSender.store(false, std::memory_order_release);

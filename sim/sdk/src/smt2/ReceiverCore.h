@@ -42,6 +42,7 @@ public:
     void setPaused(bool paused) { m_paused.store(paused, std::memory_order_release); }
     bool paused() const { return m_paused.load(std::memory_order_acquire); }
     bool hasSender() const { return m_hasSender.load(std::memory_order_acquire); }
+    std::size_t readAheadBytes() const { return m_readAhead.load(std::memory_order_relaxed); }
     void setProtocolVersion(std::uint32_t version);
     void setHandshakeTimeout(std::chrono::milliseconds timeout);
     std::string errorString() const;
@@ -57,12 +58,16 @@ private:
     void setError(std::string text);
     std::shared_ptr<const Callbacks> callbacks() const;
     bool deliveringAllowed() const { return !m_handshakeDone || !paused(); }
+    bool wantsToRead() const;
 
     void onListenSocketReadable();
     void acceptNext();
     void onConnectionEvents(miscUtils::IOEvents events);
     void readConnection();
     void processBuffered();
+    void takeFlushesFromLookahead();
+    void resetScan() { m_scannedBytes = m_scannedMessages = 0; }
+    void finishStream(ErrorID reason);
     void handleMessage(const wire::Message& message);
     void onHello(const wire::Message& message);
     void onFlush(const wire::Message& message);
@@ -74,6 +79,7 @@ private:
     miscUtils::IOEventLoopThread& m_loop;
     std::atomic<bool> m_paused{false};
     std::atomic<bool> m_hasSender{false};
+    std::atomic<std::size_t> m_readAhead{0}; // bytes read from the socket, not yet delivered
 
     mutable std::mutex
         m_mutex; // guards m_callbacks, m_version, m_handshakeTimeout, m_error, m_path
@@ -91,6 +97,13 @@ private:
     miscUtils::IOEvents m_connectionInterest;
     miscUtils::IOEventLoopThread::TimerId m_handshakeTimer = 0;
     bool m_handshakeDone = false;
+    // The sender's end of stream (or a broken socket) has been read; the connection ends once
+    // the messages read before it have been delivered.
+    bool m_endOfStream = false;
+    ErrorID m_endReason = ErrorID::Disconnected;
+    // The read-ahead already searched for a flush, counted from the next undelivered message.
+    std::size_t m_scannedBytes = 0;
+    std::size_t m_scannedMessages = 0;
     std::uint32_t m_connectionNumber = 0;
     wire::FrameReader m_incoming;
     std::vector<std::uint8_t> m_replies; // unsent bytes of HelloReply and FlushAck messages

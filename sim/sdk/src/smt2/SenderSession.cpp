@@ -11,7 +11,7 @@ namespace smt2::detail {
 
 namespace {
 
-Q_LOGGING_CATEGORY(lcSender, "mivo.smt2.sender")
+Q_LOGGING_CATEGORY(lcSender, "mivo.smt2.sender", QtInfoMsg)
 
 // Enough for a few frames per sendmsg; two parts (head and body) per message.
 constexpr int kMaxMessagesPerWrite = 16;

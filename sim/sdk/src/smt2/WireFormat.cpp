@@ -183,21 +183,30 @@ void FrameReader::commit(std::size_t bytes)
     m_end = std::min(m_end + bytes, m_capacity);
 }
 
-FrameReader::Status FrameReader::next(Message* out)
+FrameReader::Status FrameReader::peek(std::size_t offset, Message* out, std::size_t* size) const
 {
-    const std::size_t available = m_end - m_begin;
-    if (available < HeaderSize)
+    const std::size_t start = m_begin + offset;
+    if (start > m_end || m_end - start < HeaderSize)
         return Status::NeedMore;
-    const std::uint8_t* header = m_buffer.get() + m_begin;
+    const std::uint8_t* header = m_buffer.get() + start;
     const std::uint32_t payloadSize = getU32(header + 4);
     if (payloadSize > MaxPayloadSize)
         return Status::TooLarge;
-    if (available < HeaderSize + payloadSize)
+    if (m_end - start < HeaderSize + payloadSize)
         return Status::NeedMore;
     out->type = static_cast<MessageType>(getU16(header));
     out->payload = ByteSpan(header + HeaderSize, payloadSize);
-    m_begin += HeaderSize + payloadSize;
+    *size = HeaderSize + payloadSize;
     return Status::Message;
+}
+
+FrameReader::Status FrameReader::next(Message* out)
+{
+    std::size_t size = 0;
+    const Status status = peek(0, out, &size);
+    if (status == Status::Message)
+        m_begin += size;
+    return status;
 }
 
 } // namespace smt2::wire
