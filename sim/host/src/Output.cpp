@@ -35,7 +35,10 @@ QString errorText(const CMError& error)
 {
     const QString title = error.title().toString();
     const QString message = error.message().toString();
-    return title.isEmpty() ? message : QStringLiteral("%1: %2").arg(title, message);
+    // "Error: Error: ..." says nothing twice: the default title is left out.
+    if (title.isEmpty() || title == CMError::DefaultTitle().toString())
+        return message;
+    return QStringLiteral("%1: %2").arg(title, message);
 }
 
 QJsonObject errorJson(const CMError& error)

@@ -18,12 +18,12 @@
 #include <mivosdk/PlayLogicBase.h>
 
 #include <QElapsedTimer>
-#include <chrono>
 #include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QTimer>
+#include <chrono>
 
 namespace {
 
@@ -341,6 +341,7 @@ bool Session::showList(const CMPath& path, int offset, int count, RowsPage* show
     m_output.rows(page);
     if (shown)
         *shown = page;
+    emit listShown(page);
     return true;
 }
 

@@ -84,6 +84,8 @@ public:
 signals:
     /// The open list changed; `change` is a CMSubscribe change.
     void listChanged(const CMPath& path, const QString& change, int count);
+    /// A list was shown (and is the open list now).
+    void listShown(const RowsPage& page);
     /// The module closed the open list.
     void listClosed(const CMPath& path);
 

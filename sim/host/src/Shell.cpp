@@ -28,6 +28,12 @@ Shell::Shell(Session& session, Output& output, QObject* parent)
             prompt();
         }
     });
+    // Every list shown, by a shell command or any other (rows, search, watch), is the one that
+    // row numbers refer to.
+    connect(&m_session, &Session::listShown, this, [this](const RowsPage& page) {
+        m_staleNoted = false;
+        m_stack.append(page);
+    });
     connect(&m_session, &Session::listChanged, this, [this] {
         if (m_staleNoted)
             return;
@@ -143,12 +149,7 @@ bool Shell::showRoot()
 
 bool Shell::showAndPush(const CMPath& path)
 {
-    RowsPage page;
-    if (!m_session.showList(path, 0, -1, &page))
-        return false;
-    m_staleNoted = false;
-    m_stack.append(page);
-    return true;
+    return m_session.showList(path, 0, -1);
 }
 
 bool Shell::back()
@@ -176,13 +177,15 @@ bool Shell::rowNumber(const QString& text, MivoRoles* row)
     const int number = text.toInt(&ok);
     if (!ok)
         return false;
-    if (m_stack.isEmpty() || number < 1 || number > m_stack.last().rows.size()) {
+    // Rows are numbered from the first row of the whole list, also on a later page.
+    const int index = m_stack.isEmpty() ? -1 : number - m_stack.last().offset - 1;
+    if (index < 0 || index >= m_stack.last().rows.size()) {
         m_session.reportError(QStringLiteral("Usage"),
                               QStringLiteral("There is no row %1 here").arg(text));
         *row = MivoRoles();
         return true;
     }
-    *row = m_stack.last().rows.at(number - 1);
+    *row = m_stack.last().rows.at(index);
     return true;
 }
 
@@ -255,12 +258,7 @@ bool Shell::favorite(const QString& target)
 
 bool Shell::search(const QString& text)
 {
-    RowsPage results;
-    if (!m_session.search(text, &results))
-        return false;
-    m_staleNoted = false;
-    m_stack.append(results);
-    return true;
+    return m_session.search(text);
 }
 
 bool Shell::handle(const QString& line)
