@@ -1,4 +1,5 @@
-// libcb_sirius.so exports, with C linkage and default visibility:
+// The loadable module's entry point. libcb_sirius.so exports, with C linkage and default
+// visibility, worker_create and the hooks the client library resolves when it is loaded:
 //
 //   sirius_HT_init, sirius_HT_reset, sirius_HT_cleanup, sirius_HT_clearCtxData,
 //   sirius_HT_Request                                     HTTP transport on libcurl
@@ -12,6 +13,16 @@
 //   sxm_cr_init, sxm_cipher_get_algo_keylen, sxm_decrypt_start, sxm_decrypt_process,
 //   sxm_decrypt_done                                      AES-128-CBC stream decryption
 //
-// The client library resolves these when it is loaded; their declarations and contracts are in
-// sxmlib.h and their code under sxmLibAdaptation/. They reach this module from the static core
-// library, which the build links whole.
+// The hooks' declarations and contracts are in sxmlib.h and their code under sxmLibAdaptation/;
+// they reach this module from the static core library, which the build links whole.
+
+#include "worker/siriusWorker.h"
+
+#include <mivosdk/MivoWorkerEntry.h>
+
+extern "C" Q_DECL_EXPORT CMAbstractWorker* worker_create(QObject* host,
+                                                         const QVariantHash& settings)
+{
+    Q_UNUSED(host)
+    return new SiriusWorker(settings);
+}
