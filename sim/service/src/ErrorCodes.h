@@ -1,4 +1,5 @@
 // The error codes the service puts in its JSON errors, for the client library to pass on.
+// Constants only: safe from any thread.
 #pragma once
 
 namespace sxm::service::errors {
