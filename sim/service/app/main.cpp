@@ -165,14 +165,15 @@ int main(int argc, char** argv)
     }
 
     try {
+        // Before the start line is printed: whoever reads it may signal at once.
+        std::signal(SIGINT, onSignal);
+        std::signal(SIGTERM, onSignal);
         Server server(options);
         server.start("127.0.0.1", static_cast<std::uint16_t>(port));
         std::printf("sxm-service listening on %s (config URL %s, %d channels, seed %llu)\n",
                     server.url().c_str(), server.configUrl().c_str(), options.channels,
                     static_cast<unsigned long long>(options.seed));
         std::fflush(stdout);
-        std::signal(SIGINT, onSignal);
-        std::signal(SIGTERM, onSignal);
         while (!stopRequested) {
             struct timespec pause = {0, 100 * 1000 * 1000};
             nanosleep(&pause, nullptr);
