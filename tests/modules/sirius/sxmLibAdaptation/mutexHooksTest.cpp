@@ -74,22 +74,6 @@ TEST_F(MutexHooks, DefaultMutexIsNotTakenTwiceByItsOwner)
     EXPECT_EQ(sxm_mtx_unlock(&mutex_), 1);
 }
 
-TEST_F(MutexHooks, LockWaitsForTheOtherThread)
-{
-    init(0);
-    int shared = 0;
-    ASSERT_EQ(sxm_mtx_lock(&mutex_), 1);
-    std::thread other([&] {
-        EXPECT_EQ(sxm_mtx_lock(&mutex_), 1);
-        shared = 2; // only after the owner below has let go
-        EXPECT_EQ(sxm_mtx_unlock(&mutex_), 1);
-    });
-    shared = 1;
-    EXPECT_EQ(sxm_mtx_unlock(&mutex_), 1);
-    other.join();
-    EXPECT_EQ(shared, 2);
-}
-
 TEST(MutexHooksInput, NullMutexIsRefused)
 {
     EXPECT_EQ(sxm_mtx_init(nullptr, 0), 0);

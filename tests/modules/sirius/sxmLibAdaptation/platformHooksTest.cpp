@@ -1,11 +1,10 @@
-// Time, memory and sleep hooks.
+// The time hook.
 
 #include <sxmlib.h>
 
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstring>
 
 namespace {
 
@@ -25,21 +24,4 @@ TEST(PlatformHooks, TimeIsMillisecondsSinceTheUnixEpoch)
     const int64_t after = systemClockMs();
     EXPECT_LE(before, now);
     EXPECT_LE(now, after);
-}
-
-TEST(PlatformHooks, ReallocKeepsTheContents)
-{
-    auto* bytes = static_cast<char*>(sxm_malloc(6));
-    ASSERT_NE(bytes, nullptr);
-    std::memcpy(bytes, "sirius", 6);
-    bytes = static_cast<char*>(sxm_realloc(bytes, 4096));
-    ASSERT_NE(bytes, nullptr);
-    EXPECT_EQ(std::memcmp(bytes, "sirius", 6), 0);
-    sxm_free(bytes);
-    sxm_free(nullptr);
-}
-
-TEST(PlatformHooks, SleepingNoTimeLeavesNothingUnslept)
-{
-    EXPECT_EQ(sxm_sleep(0), 0u);
 }

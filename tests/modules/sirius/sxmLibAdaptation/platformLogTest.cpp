@@ -63,17 +63,6 @@ TEST(PlatformLog, TextIsLoggedAsItIs)
     EXPECT_EQ(lines[1].message, "");
 }
 
-TEST(PlatformLog, LinesBelowTheLoggersLevelAreNotWritten)
-{
-    LogCapture log(sirius::siriusLibraryLogger());
-    log4cplus::Logger(sirius::siriusLibraryLogger()).setLogLevel(log4cplus::WARN_LOG_LEVEL);
-    sxm_platform_print(SXM_LOG_DEBUG, "quiet");
-    sxm_platform_print(SXM_LOG_ERROR, "loud");
-    const std::vector<LogLine> lines = log.lines();
-    ASSERT_EQ(lines.size(), 1u);
-    EXPECT_EQ(lines[0].message, "loud");
-}
-
 TEST(PlatformLog, LoggerNeedsNoPreparationAndAsksForDebug)
 {
     EXPECT_EQ(sxm_init_platform_logger(), 1);

@@ -137,15 +137,6 @@ TEST_F(SettingsHooks, NullTextsAreStoredEmptyAndNullRecordsRefused)
     sxm_freeAccount(nullptr);
 }
 
-TEST_F(SettingsHooks, FreeAccountLeavesNoDanglingTexts)
-{
-    sxm_account record{};
-    ASSERT_EQ(sxm_getAccount(&record), 1);
-    sxm_freeAccount(&record);
-    const sxm_account zero{};
-    EXPECT_EQ(std::memcmp(&record, &zero, sizeof(zero)), 0);
-}
-
 TEST_F(SettingsHooks, MacIsCutToTheBufferSizeWithoutATerminator)
 {
     storeText(MivoNetworkStateCurrentMAC(), "02:42:ac:11:00:02");
