@@ -79,7 +79,14 @@ bool WorkerHost::start(const QVariantHash& settings, QString* error)
     QObject* context = m_context;
     onWorkerThread([created, create, context, settings, waiting, this] {
         mivoSetThreadName(QStringLiteral("worker"));
-        CMAbstractWorker* worker = create(context, settings);
+        CMAbstractWorker* worker = nullptr;
+        // An exception must not cross into the host's event loop; a module that throws simply
+        // gives no worker.
+        try {
+            worker = create(context, settings);
+        } catch (...) {
+            worker = nullptr;
+        }
         {
             std::lock_guard<std::mutex> lock(created->mutex);
             created->done = true;
