@@ -124,6 +124,20 @@ TEST(HostRows, ListsPagesAndUnknownPaths)
               QStringLiteral("Usage"));
 }
 
+TEST(HostRows, AnUnansweredRequestEndsWithATimeoutError)
+{
+    HostProcess host;
+    const auto silent = host.run({QStringLiteral("--timeout"), QStringLiteral("0.2"),
+                                  QStringLiteral("rows"), QStringLiteral("/test/silent")});
+    EXPECT_EQ(silent.exitCode, 1);
+    ASSERT_EQ(silent.items(QStringLiteral("error")).size(), 1) << streamAsText(silent);
+    const QJsonObject error = silent.items(QStringLiteral("error")).first();
+    EXPECT_EQ(error.value(QStringLiteral("name")), QStringLiteral("Timeout"));
+    EXPECT_TRUE(error.value(QStringLiteral("message"))
+                    .toString()
+                    .contains(QStringLiteral("rows of /test/silent")));
+}
+
 TEST(HostSettings, KeptAcrossRestartsAndCorruptFileMovedAside)
 {
     HostProcess host;

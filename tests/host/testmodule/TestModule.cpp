@@ -71,6 +71,14 @@ public:
     }
 };
 
+/// Takes every request and never answers it, as a hung module would.
+class SilentNode : public CMNode
+{
+public:
+    using CMNode::CMNode;
+    bool getRowsRequest(const CMGetRowsRequest&) override { return true; }
+};
+
 /// One row per query word.
 class TestResultsNode : public CMContainerNode
 {
@@ -147,6 +155,7 @@ public:
             playableRow(QStringLiteral("Small queue"),
                         CMPath("/test/items/pattern?bytes=100000&queue=4096&chunk=3000"), octets));
         (new TestSettingNode(CMPath("/test/setting"), nodes()))->setNodes(nodes());
+        (new SilentNode(CMPath("/test/silent"), nodes()))->setNodes(nodes());
 
         CMActivateNode::create(nodes(), CMPath("/test/grow"), this, &TestWorker::grow);
         CMActivateNode::create(nodes(), CMPath("/test/close"), this, &TestWorker::closeItems);
