@@ -200,8 +200,8 @@ void Streamer::commandPlay(const QVariant& args, const CMVoidReply& reply)
     const PlayoutPacer::Timing timing =
         isAac(resource.mimeType()) ? PlayoutPacer::Timing::Adts : PlayoutPacer::Timing::ByteRate;
     const CMPath playLogicPath = play.playLogicPath();
-    onMainThread([this, address, playLogicPath, timing, connection] {
-        startPlayback(address, playLogicPath, timing, connection);
+    onMainThread([this, playLogicPath, timing, connection] {
+        startPlayback(playLogicPath, timing, connection);
     });
     reply.setResult();
 }
@@ -292,10 +292,9 @@ void Streamer::receiveFrame(const smt2::AudioFrame& frame)
 
 // --- main thread
 
-void Streamer::startPlayback(const StreamAddress& address, const CMPath& playLogicPath,
-                             PlayoutPacer::Timing timing, quint64 connection)
+void Streamer::startPlayback(const CMPath& playLogicPath, PlayoutPacer::Timing timing,
+                             quint64 connection)
 {
-    Q_UNUSED(address);
     m_playback = Playback();
     m_playback.active = true;
     m_playback.playLogicPath = playLogicPath;

@@ -122,8 +122,8 @@ private:
     void receiveFrame(const smt2::AudioFrame& frame);
 
     // Main thread.
-    void startPlayback(const StreamAddress& address, const CMPath& playLogicPath,
-                       PlayoutPacer::Timing timing, quint64 connection);
+    void startPlayback(const CMPath& playLogicPath, PlayoutPacer::Timing timing,
+                       quint64 connection);
     void stopPlayback();
     void pauseOrResume(bool pause, const CMVoidReply& reply);
     void senderConnected(quint64 connection);

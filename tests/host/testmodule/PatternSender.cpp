@@ -4,6 +4,7 @@
 
 #include <audioUtils/AudioTypes.h>
 #include <miscUtils/NoTimeValue.h>
+#include <miscUtils/UniqueFd.h>
 #include <mivosdk/MivoMedia.h>
 #include <smt2/WireFormat.h>
 
@@ -108,9 +109,10 @@ bool writeAll(int fd, const std::vector<std::uint8_t>& bytes)
 
 void PatternSender::sendBreaking(const std::string& socketPath)
 {
-    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (fd < 0)
+    const miscUtils::UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    if (!socket)
         return;
+    const int fd = socket.get();
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
     socketPath.copy(address.sun_path, sizeof address.sun_path - 1);
@@ -135,6 +137,5 @@ void PatternSender::sendBreaking(const std::string& socketPath)
         message.insert(message.end(), block.begin(), block.end());
         ok = writeAll(fd, message);
     }
-    // No goodbye: the sender "crashes" with its audio unflushed.
-    ::close(fd);
+    // No goodbye: the sender "crashes" with its audio unflushed (the socket closes here).
 }
