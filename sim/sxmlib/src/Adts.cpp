@@ -17,7 +17,9 @@ bool readFrame(std::string_view audio, std::size_t at, Frame& frame)
 {
     if (audio.size() - at < kHeaderBytes)
         return false;
-    const auto byte = [&](std::size_t i) { return static_cast<std::uint8_t>(audio[at + i]); };
+    const auto byte = [&](std::size_t i) {
+        return static_cast<std::uint8_t>(audio[at + i]);
+    };
     if (byte(0) != 0xFF || (byte(1) & 0xF0) != 0xF0)
         return false;
     const int rateIndex = (byte(2) >> 2) & 0x0F;

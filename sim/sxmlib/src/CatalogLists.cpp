@@ -40,8 +40,7 @@ CatalogLists::CatalogLists(ServiceSession& session, Notifier& notifier, LibraryS
     : session_(session)
     , notifier_(notifier)
     , status_(status)
-{
-}
+{}
 
 int CatalogLists::channelList(std::string& error)
 {
@@ -75,8 +74,8 @@ int CatalogLists::shows(const std::string& genreKey, const std::string& channelI
         report(nullptr, -400, 0);
         return -400;
     }
-    const std::string query = genreKey.empty() ? "channelId=" + urlEncode(channelId)
-                                               : "genre=" + urlEncode(genreKey);
+    const std::string query =
+        genreKey.empty() ? "channelId=" + urlEncode(channelId) : "genre=" + urlEncode(genreKey);
     const ServiceReply reply = session_.get(kCaller, "/shows?" + query);
     if (failed(reply, error)) {
         const int status = failureStatus(reply);

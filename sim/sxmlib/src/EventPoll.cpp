@@ -10,8 +10,7 @@ EventPoll::EventPoll(ServiceSession& session, Notifier& notifier, LibraryStatus&
     , notifier_(notifier)
     , status_(status)
     , playbackEnded_(std::move(playbackEnded))
-{
-}
+{}
 
 void EventPoll::tick(std::uint32_t elapsedMs)
 {

@@ -22,6 +22,8 @@ public:
 
     /// Polls when the service's poll interval has passed on the library clock.
     void tick(std::uint32_t elapsedMs);
+    /// A new session: its first poll is a whole interval away.
+    void restart() { interval_.restart(); }
 
 private:
     void dispatch(const Json& event);

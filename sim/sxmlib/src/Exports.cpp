@@ -157,8 +157,9 @@ int sxm_verify_account(const char* username, const char* password)
 
 int sxm_configure_sirius(void)
 {
-    return operation("sxm_configure_sirius", SXM_RESULT_FAILED,
-                     [](Library& library, std::string& error) -> int { return library.configure(error); });
+    return operation(
+        "sxm_configure_sirius", SXM_RESULT_FAILED,
+        [](Library& library, std::string& error) -> int { return library.configure(error); });
 }
 
 int sxm_channel_list(void)
@@ -217,9 +218,10 @@ int sxm_clearRecents(void)
 
 int sxm_search(const char* text)
 {
-    return operation("sxm_search", SXM_RESULT_FAILED, [&](Library& library, std::string& error) -> int {
-        return library.catalog().search(textOf(text), error);
-    });
+    return operation("sxm_search", SXM_RESULT_FAILED,
+                     [&](Library& library, std::string& error) -> int {
+                         return library.catalog().search(textOf(text), error);
+                     });
 }
 
 int sxm_update_server_favorites(sxm_favoriteList* list)
@@ -273,8 +275,9 @@ int sxm_startPtdNotification(void)
 
 int sxm_stop_pdt_notification(void)
 {
-    return operation("sxm_stop_pdt_notification", SXM_RESULT_FAILED,
-                     [](Library& library, std::string&) -> int { return library.programData().stop(); });
+    return operation(
+        "sxm_stop_pdt_notification", SXM_RESULT_FAILED,
+        [](Library& library, std::string&) -> int { return library.programData().stop(); });
 }
 
 int sxm_checkGeoRestricted(const char* channelId)
@@ -286,10 +289,9 @@ int sxm_checkGeoRestricted(const char* channelId)
 
 int sxm_get_bypassStatus(void)
 {
-    return operation("sxm_get_bypassStatus", SXM_RESULT_FAILED,
-                     [](Library& library, std::string& error) -> int {
-                         return library.bypassStatus(error);
-                     });
+    return operation(
+        "sxm_get_bypassStatus", SXM_RESULT_FAILED,
+        [](Library& library, std::string& error) -> int { return library.bypassStatus(error); });
 }
 
 int sxm_playChannel(const sxm_playRequest* request)
@@ -302,17 +304,17 @@ int sxm_playChannel(const sxm_playRequest* request)
 
 int sxm_stopChannel(void)
 {
-    return operation("sxm_stopChannel", SXM_RESULT_FAILED,
-                     [](Library& library, std::string& error) -> int {
-                         return library.playback().stop(error);
-                     });
+    return operation(
+        "sxm_stopChannel", SXM_RESULT_FAILED,
+        [](Library& library, std::string& error) -> int { return library.playback().stop(error); });
 }
 
 int sxm_userPause(int pause)
 {
-    return operation("sxm_userPause", SXM_RESULT_ERROR, [&](Library& library, std::string& error) -> int {
-        return library.playback().pause(pause != 0, error);
-    });
+    return operation("sxm_userPause", SXM_RESULT_ERROR,
+                     [&](Library& library, std::string& error) -> int {
+                         return library.playback().pause(pause != 0, error);
+                     });
 }
 
 int sxm_outputLatency(int ms)

@@ -43,7 +43,9 @@ size_t receiveBody(char* data, size_t size, size_t count, void* user)
 
 std::string trimmed(std::string_view text)
 {
-    const auto notSpace = [](char c) { return c != ' ' && c != '\t' && c != '\r' && c != '\n'; };
+    const auto notSpace = [](char c) {
+        return c != ' ' && c != '\t' && c != '\r' && c != '\n';
+    };
     const auto begin = std::find_if(text.begin(), text.end(), notSpace);
     const auto end = std::find_if(text.rbegin(), text.rend(), notSpace).base();
     return begin < end ? std::string(begin, end) : std::string();
@@ -65,8 +67,9 @@ size_t receiveHeader(char* data, size_t size, size_t count, void* user)
     if (line.rfind("HTTP/", 0) == 0) {
         state->response->headers.clear();
         const auto space = line.find(' ');
-        state->response->status =
-            space == std::string_view::npos ? 0 : std::atol(std::string(line.substr(space + 1, 3)).c_str());
+        state->response->status = space == std::string_view::npos
+                                      ? 0
+                                      : std::atol(std::string(line.substr(space + 1, 3)).c_str());
         return size * count;
     }
     const auto colon = line.find(':');

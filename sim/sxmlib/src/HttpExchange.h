@@ -51,11 +51,11 @@ struct HttpRequest
 
 struct HttpResponse
 {
-    bool failed = false;      ///< no complete response: the transport or the body sink failed
-    bool aborted = false;     ///< the body sink or abortRequested ended the transfer
-    std::string failure;      ///< the transport's message when failed
-    long status = 0;          ///< HTTP status, 0 when none came
-    std::string body;         ///< unless HttpRequest::onBody took it
+    bool failed = false;  ///< no complete response: the transport or the body sink failed
+    bool aborted = false; ///< the body sink or abortRequested ended the transfer
+    std::string failure;  ///< the transport's message when failed
+    long status = 0;      ///< HTTP status, 0 when none came
+    std::string body;     ///< unless HttpRequest::onBody took it
     /// Response headers of the final response, names in lower case.
     std::map<std::string, std::string> headers;
     /// Cookies the handle holds after the exchange: name to value.

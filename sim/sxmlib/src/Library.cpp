@@ -62,6 +62,7 @@ int Library::signIn(const std::string& user, const std::string& password, bool s
     if (store)
         storeAccount(account);
     status_.signedInNow();
+    events_.restart();
     // The account's settings ("TuneStart") follow every sign-in; without them the sign-in still
     // stands.
     std::string settingsError;
@@ -70,8 +71,7 @@ int Library::signIn(const std::string& user, const std::string& password, bool s
     return SXM_RESULT_OK;
 }
 
-int Library::verifyAccount(const std::string& user, const std::string& password,
-                           std::string& error)
+int Library::verifyAccount(const std::string& user, const std::string& password, std::string& error)
 {
     if (!callbacksRegistered(error))
         return SXM_RESULT_FAILED;

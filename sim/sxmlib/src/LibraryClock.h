@@ -13,10 +13,11 @@ class Interval
 public:
     explicit Interval(std::int64_t periodMs)
         : periodMs_(periodMs)
-    {
-    }
+    {}
 
     void setPeriod(std::int64_t periodMs) { periodMs_ = periodMs > 0 ? periodMs : 1; }
+    /// A whole period from now.
+    void restart() { elapsedMs_ = 0; }
     /// The next advance() is due whatever time it brings.
     void dueNow() { elapsedMs_ = periodMs_; }
     /// Adds `ms`; true when a period has passed (one firing however many periods passed).

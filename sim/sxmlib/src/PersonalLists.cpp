@@ -20,8 +20,7 @@ std::string textOrEmpty(const char* text)
 PersonalLists::PersonalLists(ServiceSession& session, Notifier& notifier)
     : session_(session)
     , notifier_(notifier)
-{
-}
+{}
 
 void PersonalLists::deliverItems(const Json& reply, int (*callback)(void*, sxm_content*, int),
                                  void* context)

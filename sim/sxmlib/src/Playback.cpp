@@ -31,8 +31,7 @@ Playback::Playback(ServiceSession& session, Notifier& notifier, LibraryStatus& s
     : session_(session)
     , notifier_(notifier)
     , status_(status)
-{
-}
+{}
 
 Playback::~Playback()
 {

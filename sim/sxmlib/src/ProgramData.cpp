@@ -35,11 +35,9 @@ ProgramData::ProgramData(ServiceSession& session, Notifier& notifier, LibrarySta
     : session_(session)
     , notifier_(notifier)
     , status_(status)
-{
-}
+{}
 
-int ProgramData::choose(Selection selection, std::vector<std::string> queries,
-                        std::string& error)
+int ProgramData::choose(Selection selection, std::vector<std::string> queries, std::string& error)
 {
     if (!status_.signedIn()) {
         error = status_.notSignedInText();

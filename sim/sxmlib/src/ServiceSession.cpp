@@ -53,8 +53,7 @@ bool ServiceReply::sessionGone() const
 ServiceSession::ServiceSession(LibraryStatus& status, Notifier& notifier)
     : status_(status)
     , notifier_(notifier)
-{
-}
+{}
 
 ServiceConfig ServiceSession::config() const
 {
@@ -93,8 +92,8 @@ ServiceReply ServiceSession::interpret(Caller caller, const HttpResponse& respon
         reply.serviceCode = static_cast<int>(jsonInt(error, "code"));
         reply.message = jsonText(error, "message");
         if (reply.message.empty())
-            reply.message = "The SiriusXM service answered HTTP " +
-                            std::to_string(response.status) + ".";
+            reply.message =
+                "The SiriusXM service answered HTTP " + std::to_string(response.status) + ".";
         if (needsSession && reply.sessionGone())
             status_.sessionLost(reply.message);
         return reply;
@@ -197,9 +196,10 @@ ServiceReply ServiceSession::signIn(Caller caller, const std::string& user,
     HttpRequest login;
     login.url = config.apiBase + "/session/login";
     login.post = true;
-    login.body = compactJson(Json{{"user", user},
-                      {"password", password},
-                      {"device", {{"make", device.make}, {"model", device.model}, {"mac", device.mac}}}});
+    login.body = compactJson(
+        Json{{"user", user},
+             {"password", password},
+             {"device", {{"make", device.make}, {"model", device.model}, {"mac", device.mac}}}});
     const HttpResponse response = performLocked(login);
     reply = interpret(caller, response, false);
     if (!reply.ok())

@@ -38,8 +38,7 @@ Stream::Stream(ServiceSession& session, Notifier& notifier, StreamSetup setup)
     , deliveredMs_(setup_.tune.startPosition)
     , outputLatencyMs_(setup_.outputLatencyMs)
     , thread_([this] { run(); })
-{
-}
+{}
 
 Stream::~Stream()
 {
@@ -144,7 +143,8 @@ void Stream::play()
         const AdtsCut cut = adtsCutAt(plaintext, offsetMs);
         offsetMs = 0;
         plaintext.erase(0, cut.byteOffset);
-        if (!deliver(plaintext, segmentStart + cut.skippedMs, segmentStart + tune.segmentDurationMs))
+        if (!deliver(plaintext, segmentStart + cut.skippedMs,
+                     segmentStart + tune.segmentDurationMs))
             return;
         ++segment;
     }
@@ -157,7 +157,9 @@ Stream::Fetch Stream::fetchSegment(std::int64_t segment, std::string& plaintext,
     bool decryptionFailed = false;
     HttpRequest request;
     request.timeoutSeconds = 30;
-    request.abortRequested = [this] { return flow_.stopping(); };
+    request.abortRequested = [this] {
+        return flow_.stopping();
+    };
     request.onBody = [&](std::string_view chunk, const HttpResponse& soFar) {
         if (!decryptor) {
             bool ok = false;

@@ -1,0 +1,93 @@
+// What the service tells the library on its own: bypass flags on every answer, lists changed on
+// another device, and a playback it ended (code 37).
+
+#include "LibraryFixture.h"
+
+#include <sxmlib.h>
+
+using namespace sxmlib::test;
+
+namespace {
+
+class Events : public LibraryFixture
+{
+protected:
+    void SetUp() override
+    {
+        LibraryFixture::SetUp();
+        ASSERT_NO_FATAL_FAILURE(signInAndList());
+        recorder_.reset();
+    }
+
+    std::vector<ErrorNote> errors()
+    {
+        std::lock_guard<std::mutex> lock(recorder_.mutex);
+        return recorder_.errors;
+    }
+};
+
+} // namespace
+
+TEST_F(Events, ABypassChangeIsReportedOnceWithCodeZero)
+{
+    server_->faults().merge({{"bypass", {{"isGupUnavailable", true}}}});
+    EXPECT_EQ(sxm_get_recents(), 0) << "GUP bypass switches recents off";
+    EXPECT_EQ(std::string(sxm_get_error()),
+              "Your settings and preferences are temporarily unavailable during a server update.");
+    ASSERT_EQ(errors().size(), 1u);
+    EXPECT_EQ(errors()[0].code, 0);
+    EXPECT_TRUE(errors()[0].isGupUnavailable);
+    EXPECT_FALSE(errors()[0].isSearchUnavailable);
+
+    // The same status on later answers is no news.
+    EXPECT_EQ(sxm_channel_list(), 1);
+    EXPECT_EQ(errors().size(), 1u);
+
+    // Asked for, the status is reported whether it changed or not.
+    EXPECT_EQ(sxm_get_bypassStatus(), 1);
+    ASSERT_EQ(errors().size(), 2u);
+    EXPECT_TRUE(errors()[1].isGupUnavailable);
+
+    server_->faults().merge({{"bypass", {{"isGupUnavailable", false}}}});
+    EXPECT_EQ(sxm_get_recents(), 1);
+    ASSERT_EQ(errors().size(), 3u);
+    EXPECT_FALSE(errors()[2].isGupUnavailable);
+}
+
+TEST_F(Events, ListsChangedElsewhereRefreshOnTheClock)
+{
+    server_->changeFavoritesElsewhere("demo");
+    server_->changeRecentsElsewhere("demo");
+    sxm_externalTimerTick(4999);
+    {
+        std::lock_guard<std::mutex> lock(recorder_.mutex);
+        EXPECT_TRUE(recorder_.refreshes.empty()) << "events are polled every five seconds";
+    }
+    sxm_externalTimerTick(1);
+    std::lock_guard<std::mutex> lock(recorder_.mutex);
+    EXPECT_EQ(recorder_.refreshes, (std::vector<int>{SXM_MODULE_FAVORITES, SXM_MODULE_RECENTS}));
+}
+
+TEST_F(Events, APlaybackTheServiceEndsIsReportedOnceAsCodeThirtySeven)
+{
+    const std::string channel = catalog().channels()[0].id;
+    ASSERT_EQ(play(SXM_MODE_LIVE, channel, "", "", "", true), 1) << sxm_get_error();
+    ASSERT_TRUE(recorder_.waitFor([](CallbackRecorder& r) { return !r.audio.empty(); }));
+    server_->endPlayback();
+    sxm_externalTimerTick(5000);
+    advance(10000); // the next segment is due: the stream meets the 409 as well
+    ASSERT_TRUE(recorder_.waitFor([](CallbackRecorder& r) {
+        return !r.errors.empty() && r.errors.back().code == SXM_ERROR_PLAYBACK_ENDED;
+    }));
+    EXPECT_EQ(sxm_stopChannel(), 1);
+    int ended = 0;
+    for (const ErrorNote& note : errors()) {
+        if (note.code == SXM_ERROR_PLAYBACK_ENDED) {
+            ++ended;
+            EXPECT_EQ(note.message,
+                      "This stream has ended. Please select a channel to continue listening.");
+            EXPECT_TRUE(note.errorStop);
+        }
+    }
+    EXPECT_EQ(ended, 1);
+}

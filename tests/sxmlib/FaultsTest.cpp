@@ -1,0 +1,126 @@
+// A service that fails, breaks off or goes away: clear errors through sxm_get_error and the
+// error callback, retries where a retry can help, and never a crash or a hang.
+
+#include "LibraryFixture.h"
+
+#include <sxmlib.h>
+
+using namespace sxmlib::test;
+
+namespace {
+
+constexpr int kBitrate = SXM_STREAM_64_KBPS;
+constexpr std::int64_t kSegmentMs = 10000;
+
+class Faults : public LibraryFixture
+{
+protected:
+    void SetUp() override
+    {
+        LibraryFixture::SetUp();
+        ASSERT_NO_FATAL_FAILURE(signInAndList());
+        recorder_.reset();
+    }
+
+    void fault(const std::string& endpoint, const nlohmann::json& what)
+    {
+        ASSERT_FALSE(server_->faults().merge({{"endpoints", {{endpoint, what}}}}).has_value());
+    }
+
+    bool waitForError(int code)
+    {
+        return recorder_.waitFor([code](CallbackRecorder& r) {
+            for (const ErrorNote& note : r.errors)
+                if (note.code == code)
+                    return true;
+            return false;
+        });
+    }
+
+    ErrorNote errorWithCode(int code)
+    {
+        std::lock_guard<std::mutex> lock(recorder_.mutex);
+        for (const ErrorNote& note : recorder_.errors)
+            if (note.code == code)
+                return note;
+        return {};
+    }
+
+    std::string channel() const { return catalog().channels()[0].id; }
+};
+
+} // namespace
+
+TEST_F(Faults, AFailingListSaysWhatTheServiceSaid)
+{
+    fault("lineup", {{"status", 503}});
+    EXPECT_EQ(sxm_channel_list(), 0);
+    EXPECT_STREQ(sxm_get_error(), "The service failed on purpose: status 503 on endpoint lineup");
+    EXPECT_EQ(sxm_get_status(), SXM_STATUS_READY) << "a failed list does not end the session";
+}
+
+TEST_F(Faults, ABrokenOffAnswerIsAConnectionFailure)
+{
+    fault("favorites", {{"drop", true}});
+    EXPECT_EQ(sxm_get_favorites(), 0);
+    EXPECT_STREQ(sxm_get_error(), "Unable to connect to SiriusXM. Check your Internet connection");
+    std::lock_guard<std::mutex> lock(recorder_.mutex);
+    EXPECT_TRUE(recorder_.favorites.empty()) << "nothing half-read is delivered";
+}
+
+TEST_F(Faults, ASegmentThatBreaksOffIsFetchedAgainAndTheAudioStaysExact)
+{
+    fault("audio", {{"drop", true}, {"times", 1}});
+    const std::string expected = plaintext("live", channel(), kBitrate, now() / kSegmentMs);
+    ASSERT_EQ(play(SXM_MODE_LIVE, channel(), "", "", "", true), 1) << sxm_get_error();
+    ASSERT_TRUE(
+        recorder_.waitFor([&](CallbackRecorder& r) { return r.audio.size() >= expected.size(); }));
+    std::lock_guard<std::mutex> lock(recorder_.mutex);
+    EXPECT_TRUE(sameBytes(recorder_.audio, expected));
+    EXPECT_TRUE(recorder_.errors.empty());
+}
+
+TEST_F(Faults, AStreamWhoseSegmentsKeepFailingGivesUpWithAnError)
+{
+    fault("audio", {{"status", 500}});
+    ASSERT_EQ(play(SXM_MODE_LIVE, channel(), "", "", "", true), 1) << sxm_get_error();
+    ASSERT_TRUE(waitForError(1));
+    const ErrorNote note = errorWithCode(1);
+    EXPECT_TRUE(note.errorStop);
+    EXPECT_EQ(note.responseCode, 500);
+    EXPECT_EQ(note.message, "The service failed on purpose: status 500 on endpoint audio");
+    {
+        std::lock_guard<std::mutex> lock(recorder_.mutex);
+        EXPECT_EQ(recorder_.busy.front(), 1) << "busy while it retried";
+    }
+    EXPECT_EQ(sxm_stopChannel(), 1);
+}
+
+TEST_F(Faults, AnExpiredSessionEndsTheStreamWithTheServiceText)
+{
+    ASSERT_EQ(play(SXM_MODE_LIVE, channel(), "", "", "", true), 1) << sxm_get_error();
+    ASSERT_TRUE(recorder_.waitFor([](CallbackRecorder& r) { return !r.audio.empty(); }));
+    server_->expireSessions();
+    advance(kSegmentMs); // the next segment is due and meets the 401
+    ASSERT_TRUE(waitForError(2));
+    const ErrorNote note = errorWithCode(2);
+    EXPECT_EQ(note.message, "Your session has expired. Please sign in again.");
+    EXPECT_EQ(note.responseCode, 401);
+    EXPECT_EQ(sxm_get_status(), SXM_STATUS_SIGNED_OUT);
+    EXPECT_EQ(sxm_stopChannel(), 1);
+}
+
+TEST_F(Faults, TheServiceGoingAwayMidStreamNeverHangsAStop)
+{
+    ASSERT_EQ(play(SXM_MODE_LIVE, channel(), "", "", "", true), 1) << sxm_get_error();
+    ASSERT_TRUE(recorder_.waitFor([](CallbackRecorder& r) { return !r.audio.empty(); }));
+    server_->stop();
+    EXPECT_EQ(sxm_get_recents(), 0);
+    EXPECT_STREQ(sxm_get_error(), "Unable to connect to SiriusXM. Check your Internet connection");
+    char buffer[64] = {};
+    EXPECT_EQ(sxm_getNextSegmentTime(buffer, sizeof buffer), SXM_RESULT_ERROR);
+    EXPECT_EQ(sxm_userPause(1), 1);
+    EXPECT_EQ(sxm_userPause(0), 1) << "the window cannot be checked; the stream goes on trying";
+    sxm_externalTimerTick(5000);
+    EXPECT_EQ(sxm_stopChannel(), 1);
+}

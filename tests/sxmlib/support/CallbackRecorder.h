@@ -1,0 +1,158 @@
+#pragma once
+// Thread contract: safe from any thread. The library calls back on the test's thread (during
+// operations and ticks) and on its stream thread; every record is copied under one mutex, and
+// tests wait on it with a generous deadline that only guards against a hang.
+//
+// Plays the integrator: registers every callback of the library, keeps copies of what they
+// deliver, and takes the audio the way the test asks (all, part of each block, or nothing).
+
+#include <sxmlib.h>
+
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace sxmlib::test {
+
+struct Content
+{
+    int assetType = -1;
+    std::string assetGuid, title, genre, genreKey, channelId, showGuid, episodeGuid, category;
+    int logoCount = 0;
+    std::vector<std::string> logoUrls; ///< "" for a null url
+    int siriusChannelNumber = 0;
+    bool isFavorite = false;
+    bool isXtra = false;
+    int duration = 0;
+};
+
+struct ErrorNote
+{
+    int code = 0;
+    int responseCode = 0;
+    bool errorStop = false;
+    bool isGupUnavailable = false;
+    bool isGupIdUnavailable = false;
+    bool isSearchUnavailable = false;
+    bool loggedDuringBypass = false;
+    std::string message;
+};
+
+struct Cut
+{
+    std::int64_t time = 0;
+    int duration = 0;
+    std::string channelId, title, artist;
+};
+
+struct Track
+{
+    std::string artist, track, trackId, albumArtUrl;
+};
+
+struct Timebar
+{
+    std::int64_t startTimestamp = 0, currentTimestamp = 0;
+    int duration = 0;
+    int irNavClass = 0;
+    int segmentCount = 0;
+};
+
+struct ListItem
+{
+    std::optional<Content> item; ///< empty for the "no items" call
+    int index = 0;               ///< index, or the For You "more" flag
+};
+
+/// How the recorder's playback-data callback takes audio.
+enum class Intake
+{
+    All,     ///< every byte offered
+    Part,    ///< a part of each block; the rest waits for sendAudioData (see moreWanted)
+    Nothing, ///< never takes anything and never asks for more
+};
+
+class CallbackRecorder
+{
+public:
+    /// The callback record with every callback set and this recorder as both contexts.
+    sxm_callbacks callbacks();
+    /// A zero-filled play request whose callbacks lead here.
+    sxm_playRequest playRequest();
+
+    void reset();
+    void setIntake(Intake intake);
+
+    /// Waits until `condition` holds (checked under the recorder's lock); false after `ms`.
+    bool waitFor(const std::function<bool(CallbackRecorder&)>& condition, int ms = 30000);
+
+    // Everything below is read under lock by waitFor conditions or after the stream stopped.
+    std::vector<Content> channels;
+    std::vector<ListItem> shows, forYou, favorites, recents, searchResults;
+    std::vector<int> showStatuses;
+    std::vector<Content> episodes;
+    std::string episodesShowId;
+    int episodeCalls = 0;
+    std::vector<std::map<std::string, std::string>> globalSettings;
+    std::vector<std::vector<Cut>> cutLists;
+    std::vector<ErrorNote> errors;
+    std::vector<int> refreshes;
+    std::vector<Track> tracks;
+    std::vector<Timebar> timebars;
+    std::vector<int> busy;
+    std::vector<int> bitrates;
+    int flushes = 0;
+    std::size_t audioAtFlush = 0; ///< bytes taken before the last flush
+    std::vector<int> metadataStates;
+
+    std::string audio;          ///< every byte taken, in order
+    int offers = 0;             ///< playback-data calls
+    unsigned lastBitrate = 0;   ///< as the playback-data callback received it
+    int offersTooEarly = 0;     ///< re-offers that came before sxm_sendAudioData was called
+    bool moreWanted = false;    ///< Part: a block was partly taken; the test should send more
+    int sendAudioDataCalls = 0; ///< counted by noteSendAudioData
+    /// Part intake: call just before sxm_sendAudioData().
+    void noteSendAudioData();
+
+    std::mutex mutex;
+
+private:
+    static int onError(void*, sxm_errorNotification*);
+    static int onTrackMetadata(void*, sxm_trackMetadata*);
+    static int onBitrate(void*, int);
+    static int onBusy(void*, int);
+    static int onChannel(void*, sxm_content*);
+    static int onShows(void*, sxm_content*, int, int);
+    static int onFlush(void*);
+    static int onPdtCuts(void*, sxm_pdt_cuts*, int);
+    static int onTimebar(void*, sxm_timebarData*);
+    static int onEpisodes(void*, const char*, sxm_content*, int);
+    static int onRecents(void*, sxm_content*, int);
+    static int onFavorites(void*, sxm_content*, int);
+    static int onGlobalSettings(void*, sxm_globalSetting*, int);
+    static int onForYou(void*, sxm_content*, sxm_bool);
+    static int onSearch(void*, sxm_content*, int);
+    static int onRefresh(void*, int);
+    static int onPlaybackData(void*, unsigned char*, int, unsigned int, unsigned int*);
+    static int onMetadataState(void*, sxm_metadataState_t*);
+
+    static CallbackRecorder& self(void* context)
+    {
+        return *static_cast<CallbackRecorder*>(context);
+    }
+    void changed() { condition_.notify_all(); }
+
+    std::condition_variable condition_;
+    Intake intake_ = Intake::All;
+    int sendCallsAtPartialTake_ = -1; ///< -1: the last offer was taken whole
+};
+
+/// A content record as plain values.
+Content copyContent(const sxm_content& record);
+
+} // namespace sxmlib::test

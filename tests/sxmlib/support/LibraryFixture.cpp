@@ -1,0 +1,132 @@
+#include "LibraryFixture.h"
+
+#include <mivosdk/MivoPaths.h>
+#include <mivosdk/MivoSiriusAccount.h>
+#include <mivosdk/MivoValue.h>
+
+#include <httplib.h>
+
+#include <sxmlib.h>
+
+namespace sxmlib::test {
+
+CallbackRecorder LibraryFixture::recorder_;
+
+::testing::AssertionResult sameBytes(const std::string& actual, const std::string& expected)
+{
+    if (actual == expected)
+        return ::testing::AssertionSuccess();
+    std::size_t at = 0;
+    while (at < actual.size() && at < expected.size() && actual[at] == expected[at])
+        ++at;
+    return ::testing::AssertionFailure()
+           << actual.size() << " bytes where " << expected.size()
+           << " were expected; the first difference is at byte " << at;
+}
+
+void LibraryFixture::SetUp()
+{
+    sxm::service::Options options;
+    options.clock = [this] {
+        return now_.load();
+    };
+    adjust(options);
+    server_ = std::make_unique<sxm::service::Server>(options);
+    server_->start();
+
+    CMSetRoot(&root_);
+    storeText(MivoSiriusSettingsConfigUrlPath(), server_->configUrl());
+    storeText(MivoSiriusSettingsKeyPath(), options.fixedKeyHex);
+    storeText(MivoSiriusSettingsDeviceMakePath(), "Acme");
+    storeText(MivoSiriusSettingsDeviceModelPath(), "Tuner 9");
+    storeText(MivoNetworkStateCurrentMAC(), "00:11:22:33:44:55");
+    storeAccount("demo", "demo");
+
+    recorder_.reset();
+    ASSERT_EQ(sxm_init(), 1) << sxm_get_error();
+    ASSERT_EQ(sxm_registerCallbacks(recorder_.callbacks()), 1) << sxm_get_error();
+    ASSERT_EQ(sxm_selectStreamIndex(SXM_STREAM_64_KBPS), 1);
+}
+
+void LibraryFixture::TearDown()
+{
+    // The library outlives the test: leave it with nothing running that could reach this test's
+    // service or settings.
+    sxm_stopChannel();
+    sxm_stop_pdt_notification();
+    integratorRuns_ = false;
+    if (integrator_.joinable())
+        integrator_.join();
+    server_.reset();
+    CMSetRoot(nullptr);
+}
+
+void LibraryFixture::signInAndList()
+{
+    ASSERT_EQ(sxm_verify_account("demo", "demo"), 1) << sxm_get_error();
+    ASSERT_EQ(sxm_channel_list(), 1) << sxm_get_error();
+    ASSERT_EQ(sxm_get_status(), SXM_STATUS_READY);
+}
+
+void LibraryFixture::storeAccount(const std::string& user, const std::string& password)
+{
+    MivoSiriusAccount account;
+    account.setUsername(QString::fromStdString(user)).setPassword(QString::fromStdString(password));
+    MivoValue value;
+    value.setSiriusAccount(account);
+    root_.setValue(MivoSiriusSettingsAccountPath(), value);
+}
+
+void LibraryFixture::storeText(const CMPath& path, const std::string& text)
+{
+    MivoValue value;
+    value.setString(QString::fromStdString(text));
+    root_.setValue(path, value);
+}
+
+std::string LibraryFixture::plaintext(const std::string& kind, const std::string& id, int bitrate,
+                                      std::int64_t segment)
+{
+    httplib::Client client(server_->url());
+    const auto reply = client.Get("/admin/plaintext/" + kind + "/" + id + "/" +
+                                  std::to_string(bitrate) + "/" + std::to_string(segment));
+    EXPECT_TRUE(reply && reply->status == 200)
+        << "plaintext of " << kind << "/" << id << " #" << segment;
+    return reply ? reply->body : std::string();
+}
+
+void LibraryFixture::admin(const std::string& path, const std::string& body)
+{
+    httplib::Client client(server_->url());
+    const auto reply = client.Post("/admin/" + path, body, "application/json");
+    ASSERT_TRUE(reply && reply->status == 200) << path;
+}
+
+int LibraryFixture::play(int mode, const std::string& channelId, const std::string& assetGuid,
+                         const std::string& accessControlId, const std::string& timestamp,
+                         bool playLive)
+{
+    sxm_playRequest request = recorder_.playRequest();
+    request.mode = mode;
+    request.channelId = channelId.c_str();
+    request.assetGuid = assetGuid.c_str();
+    request.accessControlId = accessControlId.c_str();
+    request.timestamp = timestamp.c_str();
+    request.playLive = playLive ? 1 : 0;
+    return sxm_playChannel(&request);
+}
+
+void LibraryFixture::startIntegratorThread()
+{
+    integratorRuns_ = true;
+    integrator_ = std::thread([this] {
+        while (integratorRuns_) {
+            if (recorder_.waitFor([](CallbackRecorder& r) { return r.moreWanted; }, 50)) {
+                recorder_.noteSendAudioData();
+                sxm_sendAudioData();
+            }
+        }
+    });
+}
+
+} // namespace sxmlib::test

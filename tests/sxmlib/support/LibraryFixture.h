@@ -1,0 +1,75 @@
+#pragma once
+// Thread contract: the test's main thread plays the integrator's library thread; the library's
+// stream thread and the service's threads run beside it.
+//
+// The library, libsxmlib.so as built, with the module's real hooks (linked into this test
+// executable and exported to the library) against sxm-service on a free loopback port. The
+// host's settings that the hooks read live in an in-memory root: the service's configuration
+// URL, the fixed key, the device identity and the account.
+
+#include "CallbackRecorder.h"
+
+#include "sxmservice/Server.h"
+
+#include <mivosdk/CMRoot.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <thread>
+
+namespace sxmlib::test {
+
+/// 2026-11-22T12:00:00.000Z: a whole number of segments.
+inline constexpr std::int64_t kStartMs = 1795348800000LL;
+
+/// Byte-for-byte equality of audio, with the sizes and the first difference instead of a dump.
+::testing::AssertionResult sameBytes(const std::string& actual, const std::string& expected);
+
+class LibraryFixture : public ::testing::Test
+{
+protected:
+    /// Tests change the service's options before it starts by overriding this.
+    virtual void adjust(sxm::service::Options&) {}
+
+    void SetUp() override;
+    void TearDown() override;
+
+    /// Signs in as demo/demo and lists the line-up: status 5.
+    void signInAndList();
+    void storeAccount(const std::string& user, const std::string& password);
+    void storeText(const CMPath& path, const std::string& text);
+
+    /// The service's clock, which only the test moves.
+    void advance(std::int64_t ms) { now_ += ms; }
+    std::int64_t now() const { return now_.load(); }
+
+    /// A segment's plaintext as the service has it (its debug endpoint), for byte comparisons.
+    std::string plaintext(const std::string& kind, const std::string& id, int bitrate,
+                          std::int64_t segment);
+    /// POST /admin/... on the service.
+    void admin(const std::string& path, const std::string& body = "{}");
+
+    /// Plays with the recorder's callbacks; the texts may be empty.
+    int play(int mode, const std::string& channelId, const std::string& assetGuid,
+             const std::string& accessControlId, const std::string& timestamp, bool playLive);
+
+    /// Answers sxm_sendAudioData whenever the recorder took part of a block, as an integrator
+    /// whose socket drained would. Runs until TearDown.
+    void startIntegratorThread();
+
+    const sxm::service::Catalog& catalog() const { return server_->catalog(); }
+
+    static CallbackRecorder recorder_;
+    std::unique_ptr<sxm::service::Server> server_;
+    CMMemoryRoot root_;
+
+private:
+    std::atomic<std::int64_t> now_{kStartMs};
+    std::atomic<bool> integratorRuns_{false};
+    std::thread integrator_;
+};
+
+} // namespace sxmlib::test
