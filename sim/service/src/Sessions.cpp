@@ -5,6 +5,8 @@
 namespace sxm::service {
 namespace {
 
+constexpr std::size_t kMaxPendingEvents = 100;
+
 // An expired session is remembered this long so that its cookie gets "expired", not "unknown".
 constexpr std::int64_t kForgetAfterMs = 24LL * 3600 * 1000;
 
@@ -49,6 +51,11 @@ bool Session::endPlayback(int code, const std::string& message)
 void Session::queueEvent(SessionEvent event)
 {
     std::lock_guard<std::mutex> lock(mutex_);
+    // A client that never polls must not make the service grow without bound; the oldest
+    // events matter least (a later refresh covers an earlier one).
+    if (events_.size() >= kMaxPendingEvents) {
+        events_.erase(events_.begin());
+    }
     events_.push_back(std::move(event));
 }
 
