@@ -739,6 +739,10 @@ bool Session::cmdPlay(const CommandArgs& args)
     // stream, or an error); a time limit or Ctrl-C ends it sooner.
     bool active = false;
     bool ended = false;
+    bool broken = false;
+    const QMetaObject::Connection errors =
+        connect(m_player.get(), &Player::streamerChanged, this,
+                [&broken](const MivoStreamerData& data) { broken = broken || data.hasError(); });
     const QMetaObject::Connection watch =
         connect(m_streamer.get(), &Streamer::stateChanged, this, [&](Streamer::State state) {
             if (state != Streamer::State::Stopped)
@@ -754,6 +758,10 @@ bool Session::cmdPlay(const CommandArgs& args)
     const bool interrupted = m_interrupted;
     m_interrupted = false;
     stopPlayback();
+    // The play logic's last word (its state 0, an error text) is shown before the summary.
+    waitUntil([this] { return m_player->data().state() == MivoPlayLogicState::Stopped; },
+              StopWaitMs);
+    disconnect(errors);
     m_interrupted = interrupted;
     m_streamer->setOutput(nullptr);
     out.close();
@@ -779,7 +787,7 @@ bool Session::cmdPlay(const CommandArgs& args)
                       .arg(stats.playTimeMs / 1000.0)
                       .arg(roles.title())
                       .arg(latencyMs, 0, 'f', 2));
-    return !m_player->streamerData().hasError();
+    return !broken;
 }
 
 bool Session::cmdPause(const CommandArgs& args)

@@ -317,6 +317,10 @@ void Streamer::stopPlayback()
 {
     m_senderTimer.stop();
     m_tick.stop();
+    // Already stopped (the stream ended or broke): the data stays as it is, error included, until
+    // the next play.
+    if (!m_playback.active && m_state == State::Stopped)
+        return;
     if (m_playback.active) {
         m_playback.active = false;
         publishProgress(true);
