@@ -153,7 +153,6 @@ HttpResponse perform(const HttpHandle& handle, const HttpRequest& request)
     context->timeout = request.timeoutSeconds;
     context->connectTimeout = request.connectTimeoutSeconds;
 
-    SXMLIB_TRACE((request.post ? "POST " : "GET ") << request.url);
     const int result = sirius_HT_Request(context.get());
     response.status = static_cast<long>(context->responseCode);
     for (const sirius_HT_cookie* cookie = context->cookies; cookie; cookie = cookie->next) {
@@ -166,8 +165,8 @@ HttpResponse perform(const HttpHandle& handle, const HttpRequest& request)
                                         : "Unable to connect to SiriusXM (transport result " +
                                               std::to_string(result) + ")";
     }
-    SXMLIB_TRACE("-> " << response.status << (response.failed ? " failed: " : "")
-                       << (response.failed ? response.failure : std::string()));
+    if (response.failed)
+        SXMLIB_DEBUG(request.url << " failed: " << response.failure);
     return response;
 }
 

@@ -2,6 +2,8 @@
 
 #include "Log.h"
 
+#include <sxmlib.h>
+
 #include <mutex>
 
 namespace sxmlib {
@@ -68,8 +70,15 @@ std::string ServiceSession::apiUrl(const std::string& path) const
 
 HttpResponse ServiceSession::performLocked(const HttpRequest& request)
 {
+    // The wait for the handle counts too: a slow download on the stream thread shows up in the
+    // times of the library thread's requests, which is what the log should tell.
+    const std::int64_t startMs = sxm_platform_ms_since_epoch();
     std::lock_guard<HookMutex> lock(exchangeMutex_);
-    return perform(handle_, request);
+    HttpResponse response = perform(handle_, request);
+    SXMLIB_DEBUG((request.post ? "POST " : "GET ")
+                 << request.url << ": " << response.status << " in "
+                 << sxm_platform_ms_since_epoch() - startMs << " ms");
+    return response;
 }
 
 ServiceReply ServiceSession::interpret(Caller caller, const HttpResponse& response,
