@@ -39,7 +39,7 @@ void NotificationDisplay::open(const QVariant& args, const CMVoidReply& reply)
         std::lock_guard<std::mutex> lock(m_mutex);
         m_popups.append(item);
     }
-    cm_detail::deliver(QPointer<QObject>(this), true, Qt::AutoConnection,
-                       [this, item] { emit shown(item); });
+    // The command runs on the invoking thread; the printing belongs to the display's.
+    cmPost(this, [this, item] { emit shown(item); });
     reply.setResult();
 }

@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QIODevice>
 #include <QStandardPaths>
+#include <QThread>
 #include <algorithm>
 
 namespace {
@@ -162,7 +163,10 @@ void Streamer::registerCommands(HostRoot& root)
 
 void Streamer::onMainThread(std::function<void()> fn)
 {
-    cm_detail::deliver(QPointer<QObject>(this), true, Qt::AutoConnection, std::move(fn));
+    if (thread() == QThread::currentThread())
+        fn();
+    else
+        cmPost(this, std::move(fn));
 }
 
 void Streamer::commandPlay(const QVariant& args, const CMVoidReply& reply)

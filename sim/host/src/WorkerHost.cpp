@@ -45,7 +45,7 @@ WorkerHost::~WorkerHost()
     m_worker = nullptr;
     // The worker and everything it made belong to the worker thread: delete them there, then
     // let the thread end (its deferred deletions run before it finishes).
-    onWorkerThread([worker, context] {
+    cmPost(context, [worker, context] {
         delete worker;
         delete context;
         QThread::currentThread()->quit();
@@ -55,7 +55,7 @@ WorkerHost::~WorkerHost()
 
 void WorkerHost::onWorkerThread(std::function<void()> fn)
 {
-    cm_detail::deliver(QPointer<QObject>(m_context), true, Qt::QueuedConnection, std::move(fn));
+    cmPost(m_context, std::move(fn));
 }
 
 bool WorkerHost::start(const QVariantHash& settings, QString* error)
@@ -92,7 +92,7 @@ bool WorkerHost::start(const QVariantHash& settings, QString* error)
             created->done = true;
             created->worker = worker;
         }
-        cm_detail::deliver(QPointer<QObject>(this), true, Qt::QueuedConnection, [waiting] {
+        cmPost(this, [waiting] {
             if (waiting)
                 waiting->quit();
         });
@@ -121,19 +121,20 @@ bool WorkerHost::start(const QVariantHash& settings, QString* error)
 void WorkerHost::listenToRowChanges()
 {
     CMAbstractWorker* worker = m_worker;
-    QPointer<QObject> self(this);
-    onWorkerThread([worker, self] {
+    // The host outlives the worker thread (its destructor waits for it), so `host` stays valid
+    // for every change the worker announces.
+    WorkerHost* host = this;
+    onWorkerThread([worker, host] {
         auto* nodesWorker = qobject_cast<CMNodesWorker*>(worker);
         if (!nodesWorker)
             return;
-        // Direct on the worker thread, then handed over under CMDelivery's mutex: Qt's own
-        // queued-signal machinery is invisible to ThreadSanitizer.
+        // Direct on the worker thread, then handed over by cmPost: Qt's own queued-signal
+        // machinery is invisible to ThreadSanitizer.
         QObject::connect(
             &nodesWorker->subscribe(), &CMSubscribe::changed, nodesWorker,
-            [self](const CMPath& path, const QString& change, int count) {
-                cm_detail::deliver(self, true, Qt::QueuedConnection, [self, path, change, count] {
-                    if (auto* host = qobject_cast<WorkerHost*>(self.data()))
-                        emit host->rowsChanged(path, change, count);
+            [host](const CMPath& path, const QString& change, int count) {
+                cmPost(host, [host, path, change, count] {
+                    emit host->rowsChanged(path, change, count);
                 });
             },
             Qt::DirectConnection);
