@@ -258,9 +258,8 @@ void Playback::goLive(std::string& error)
 
 void Playback::playTimeChanged(int playTime)
 {
-    // Kept for the log only: the position the library works with is what it handed over less
-    // the delay the integrator reports with each block, which needs no unit agreement.
-    playTime_.store(playTime);
+    // Logged only: the position the library works with is what it handed over less the delay
+    // the integrator reports with each block, which needs no agreement on this value's unit.
     SXMLIB_TRACE("play time " << playTime);
 }
 

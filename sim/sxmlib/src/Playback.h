@@ -64,7 +64,6 @@ private:
     LibraryStatus& status_;
     std::atomic<int> streamIndex_{SXM_STREAM_256_KBPS};
     std::atomic<int> outputLatencyMs_{0};
-    std::atomic<int> playTime_{0};
     mutable std::mutex mutex_; // guards stream_ and request_
     std::shared_ptr<Stream> stream_;
     Request request_;
