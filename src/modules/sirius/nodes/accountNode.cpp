@@ -11,6 +11,8 @@ AccountNode* AccountNode::create(SiriusLib* lib, CMNodes* nodes, const CMPath& p
 {
     LOG4CPLUS_INFO(sirius::cbSiriusLogger(), "creating Sirius Account node");
     auto* node = new AccountNode(lib, path);
+    // Owned by the registry, so that it goes with the worker's node tree.
+    node->setParent(nodes);
     node->setNodes(nodes);
     return node;
 }
