@@ -113,3 +113,15 @@ TEST_F(SessionHttp, ExpireAllSessionsAtOnce)
 
 } // namespace
 } // namespace sxm::service::test
+
+TEST(ServiceLifecycle, StopRightAfterStartNeverHangs)
+{
+    // A stop that came before the accept loop ran used to be missed, and its join never returned.
+    for (int i = 0; i < 20; ++i) {
+        sxm::service::Server server;
+        const std::uint16_t port = server.start();
+        EXPECT_NE(port, 0);
+        server.stop();
+        EXPECT_FALSE(server.running());
+    }
+}

@@ -6,6 +6,9 @@
 
 #include <httplib.h>
 
+#include <atomic>
+#include <chrono>
+#include <memory>
 #include <mutex>
 #include <stdexcept>
 #include <thread>
@@ -104,7 +107,20 @@ std::uint16_t Server::start(const std::string& host, std::uint16_t port)
     httplib::Server* raw = http.get();
     impl_->http = std::move(http);
     // The socket already listens: requests made before this thread accepts wait in the backlog.
-    impl_->thread = std::thread([raw] { raw->listen_after_bind(); });
+    auto ended = std::make_shared<std::atomic<bool>>(false);
+    impl_->thread = std::thread([raw, ended] {
+        raw->listen_after_bind();
+        ended->store(true);
+    });
+    // A stop() that came before the accept loop runs would be missed by httplib (it stops only a
+    // running server) and its join would never return: start() answers once the loop runs.
+    while (!raw->is_running() && !ended->load())
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    if (ended->load() && !raw->is_running()) {
+        impl_->thread.join();
+        impl_->http.reset();
+        throw std::runtime_error("sxm-service could not serve on " + impl_->url);
+    }
     return static_cast<std::uint16_t>(bound);
 }
 
