@@ -38,6 +38,7 @@ ContentManager::ContentManager(SiriusLib* lib, bool fullFeatured)
 
 void ContentManager::on_siriusLib_channel(const MivoSiriusContent& content)
 {
+    m_siriusLib->handOver();
     if (content.isEmpty()) {
         emit loaded();
         return;
@@ -330,10 +331,12 @@ void ContentManager::refetchFavorites()
 
 void ContentManager::on_siriusLib_error(const MivoSiriusErrorNotification& errorNotification)
 {
+    m_siriusLib->handOver();
     m_bypass = errorNotification.bypassStatus();
 }
 
 void ContentManager::on_siriusLib_refresh(MivoSiriusModuleType::Enum module)
 {
+    m_siriusLib->handOver();
     emit onRefresh(module);
 }

@@ -66,11 +66,14 @@ int SiriusLib::getStatus()
 
 void SiriusLib::async(std::function<void()> fn)
 {
-    emit doAsync(SiriusLibFunction(std::move(fn)));
+    // Qt copies the function into its event queue under locks that ThreadSanitizer cannot see;
+    // posting under the hand-over mutex, which on_async takes too, makes the hand-over visible.
+    emitHandedOver(&SiriusLib::doAsync, SiriusLibFunction(std::move(fn)));
 }
 
-void SiriusLib::on_async(SiriusLibFunction fn)
+void SiriusLib::on_async(const SiriusLibFunction& fn)
 {
+    handOver();
     // An empty function is a programming error; calling it throws std::bad_function_call.
     fn();
 }
@@ -191,7 +194,7 @@ CMReply<bool> SiriusLib::listChannels()
             reply.setError(libraryError());
             return;
         }
-        emit onChannel(MivoSiriusContent()); // the end-of-list mark
+        emitHandedOver(&SiriusLib::onChannel, MivoSiriusContent()); // the end-of-list mark
         reply.setResult(true);
     });
     return reply;
@@ -524,6 +527,11 @@ void SiriusLib::notifyPlayTimeChanged(int playTime)
     async([playTime] { sxm_on_playTimeChanged(playTime); });
 }
 
+void SiriusLib::handOver() const
+{
+    std::lock_guard<std::recursive_mutex> lock(m_handOverMutex);
+}
+
 void SiriusLib::setDataWriteCallback(DataWriteCallback callback)
 {
     std::lock_guard<std::mutex> lock(m_dataWriteMutex);
@@ -534,49 +542,54 @@ void SiriusLib::setDataWriteCallback(DataWriteCallback callback)
 
 int SiriusLib::on_siriusError_callback(void* context, sxm_errorNotification* notification)
 {
-    emit self(context)->onError(SiriusLibHelper::sxmErrorNotificationToMivo(notification));
+    self(context)->emitHandedOver(&SiriusLib::onError,
+                                  SiriusLibHelper::sxmErrorNotificationToMivo(notification));
     return 0;
 }
 
 int SiriusLib::on_siriusMetaData_callback(void* context, sxm_trackMetadata* metadata)
 {
-    emit self(context)->onTrackMetadata(SiriusLibHelper::sxmTrackMetadataToMivo(metadata));
+    self(context)->emitHandedOver(&SiriusLib::onTrackMetadata,
+                                  SiriusLibHelper::sxmTrackMetadataToMivo(metadata));
     return 0;
 }
 
 int SiriusLib::on_timebar_callback(void* context, sxm_timebarData* timebar)
 {
-    emit self(context)->onTimebar(SiriusLibHelper::sxmTimebarDataToMivo(timebar));
+    self(context)->emitHandedOver(&SiriusLib::onTimebar,
+                                  SiriusLibHelper::sxmTimebarDataToMivo(timebar));
     return 0;
 }
 
 int SiriusLib::on_channel_callback(void* context, sxm_content* channel)
 {
-    emit self(context)->onChannel(SiriusLibHelper::sxmContentToMivo(channel));
+    self(context)->emitHandedOver(&SiriusLib::onChannel,
+                                  SiriusLibHelper::sxmContentToMivo(channel));
     return 0;
 }
 
 int SiriusLib::on_channelBusy_callback(void* context, int busy)
 {
-    emit self(context)->onChannelBusy(busy != 0);
+    self(context)->emitHandedOver(&SiriusLib::onChannelBusy, busy != 0);
     return 0;
 }
 
 int SiriusLib::on_channelBitrateChanged_callback(void* context, int bitrate)
 {
-    emit self(context)->onChannelBitrateChanged(bitrate);
+    self(context)->emitHandedOver(&SiriusLib::onChannelBitrateChanged, bitrate);
     return 0;
 }
 
 int SiriusLib::on_flush_callback(void* context)
 {
-    emit self(context)->onFlush();
+    self(context)->emitHandedOver(&SiriusLib::onFlush);
     return 0;
 }
 
 int SiriusLib::on_refresh_callback(void* context, int module)
 {
-    emit self(context)->onRefresh(static_cast<MivoSiriusModuleType::Enum>(module));
+    self(context)->emitHandedOver(&SiriusLib::onRefresh,
+                                  static_cast<MivoSiriusModuleType::Enum>(module));
     return 0;
 }
 
@@ -590,7 +603,7 @@ int SiriusLib::on_updateChannelsCuts_callback(void* context, sxm_pdt_cuts* cuts,
     converted.reserve(qMax(0, count));
     for (int i = 0; i < count; ++i)
         converted.append(SiriusLibHelper::sxmPdtCutToMivo(&cuts[i]));
-    emit self(context)->onPdtCuts(converted);
+    self(context)->emitHandedOver(&SiriusLib::onPdtCuts, converted);
     return 0;
 }
 
@@ -606,7 +619,8 @@ int SiriusLib::on_getShows_callback(void* context, sxm_content* show, int status
     }
     const MivoSiriusContent item = SiriusLibHelper::sxmContentToMivo(show);
     lib->m_collection.append(item);
-    emit lib->onGetShows(show->genre ? QString::fromLatin1(show->genre) : QString(), item);
+    lib->emitHandedOver(&SiriusLib::onGetShows,
+                        show->genre ? QString::fromLatin1(show->genre) : QString(), item);
     return 0;
 }
 
@@ -623,7 +637,8 @@ int SiriusLib::on_demandEpisodes_callback(void* context, const char* showId, sxm
         converted.append(SiriusLibHelper::sxmContentToMivo(&episodes[i]));
     // getEpisodes answers with the collection, like every other list operation.
     lib->m_collection.append(converted);
-    emit lib->onDemandEpisodes(showId ? QString::fromLatin1(showId) : QString(), converted);
+    lib->emitHandedOver(&SiriusLib::onDemandEpisodes,
+                        showId ? QString::fromLatin1(showId) : QString(), converted);
     return 0;
 }
 
@@ -634,7 +649,7 @@ void SiriusLib::collectItem(sxm_content* item, void (SiriusLib::*signal)(const M
         return;
     }
     m_collection.append(SiriusLibHelper::sxmContentToMivo(item));
-    emit(this->*signal)(m_collection.last());
+    emitHandedOver(signal, m_collection.last());
 }
 
 int SiriusLib::on_foryou_callback(void* context, sxm_content* item, sxm_bool)
@@ -677,7 +692,7 @@ int SiriusLib::on_globalSettings_callback(void* context, sxm_globalSetting* sett
         converted.insert(QString::fromLatin1(setting.name ? setting.name : ""),
                          QString::fromUtf8(setting.value ? setting.value : ""));
     }
-    emit self(context)->onGlobalSettings(converted);
+    self(context)->emitHandedOver(&SiriusLib::onGlobalSettings, converted);
     return 0;
 }
 

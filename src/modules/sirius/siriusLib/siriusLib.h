@@ -78,6 +78,12 @@ public:
     /// Replaces the data-write function at once (not queued).
     void setDataWriteCallback(DataWriteCallback callback);
 
+    /// Call first in a slot that receives this object's signals on another thread. Qt carries a
+    /// queued signal under locks that ThreadSanitizer cannot see; the signals are emitted under a
+    /// mutex that this takes too, so that everything the emitting thread wrote, the arguments
+    /// included, is visibly ordered before the slot reads it.
+    void handOver() const;
+
     /// The callback record handed to the library: the context is this object; the browse
     /// callbacks are left null when the module is not full-featured.
     sxm_callbacks callbackRecord();
@@ -128,13 +134,21 @@ signals:
     void onRefresh(MivoSiriusModuleType::Enum module);
 
 public slots:
-    void on_async(SiriusLibFunction fn);
+    /// Takes the function by reference so that nothing of it is read before the hand-over lock.
+    void on_async(const SiriusLibFunction& fn);
     void on_libraryTimer_timeout();
     /// The play logic has sent what it took: ask the library for more audio.
     void on_sendAudioDataFinished();
 
 private:
     static SiriusLib* self(void* context);
+    /// Emits `signal` under the hand-over mutex (see handOver()).
+    template <class... Params, class... Args>
+    void emitHandedOver(void (SiriusLib::*signal)(Params...), Args&&... args)
+    {
+        std::lock_guard<std::recursive_mutex> lock(m_handOverMutex);
+        emit(this->*signal)(std::forward<Args>(args)...);
+    }
     /// Runs a list operation: clears the collection, calls `call`, answers the collected list on
     /// result 1 or `failure(result)` otherwise.
     CMReply<QList<MivoSiriusContent>> collect(std::function<int()> call,
@@ -149,6 +163,9 @@ private:
     QList<MivoSiriusContent> m_collection; ///< library thread only
     MivoHash m_bypassStatus;               ///< library thread only
     int m_showsStatus = 0;                 ///< library thread only
-    std::mutex m_dataWriteMutex;           ///< guards m_dataWrite
+    /// Held while a call or a signal is posted to another thread, taken by the receiver before it
+    /// reads it (recursive: a same-thread receiver runs inside the emission).
+    mutable std::recursive_mutex m_handOverMutex;
+    std::mutex m_dataWriteMutex; ///< guards m_dataWrite
     DataWriteCallback m_dataWrite;
 };

@@ -192,8 +192,9 @@ void SiriusWorker::on_accountNode_accountChanged()
     m_contentManager->reset();
 }
 
-void SiriusWorker::on_lib_globalSettings(SiriusLib::Settings settings)
+void SiriusWorker::on_lib_globalSettings(const SiriusLib::Settings& settings)
 {
+    m_lib->handOver();
     const QString key = QStringLiteral("TuneStart");
     if (!settings.contains(key))
         return;

@@ -35,7 +35,7 @@ public slots:
     void on_handleRequest(CMRequest request);
     void on_accountNode_accountChanged();
     void on_tuneStart_changed(MivoValue value);
-    void on_lib_globalSettings(SiriusLib::Settings settings);
+    void on_lib_globalSettings(const SiriusLib::Settings& settings);
 
 private:
     bool checkVersion();

@@ -6,8 +6,9 @@ namespace fake {
 
 Library& library()
 {
-    static Library instance;
-    return instance;
+    // Never destroyed: the bridges' library threads keep ticking while the process exits.
+    static Library* instance = new Library;
+    return *instance;
 }
 
 void reset()

@@ -207,8 +207,10 @@ TEST_F(SiriusLibTest, SignInAndListingReportTheLibrarysOwnErrorText)
     initialize(lib);
     QObject receiver;
     QList<MivoSiriusContent> channels;
-    QObject::connect(lib, &SiriusLib::onChannel, &receiver,
-                     [&](const MivoSiriusContent& content) { channels.append(content); });
+    QObject::connect(lib, &SiriusLib::onChannel, &receiver, [&](const MivoSiriusContent& content) {
+        lib->handOver();
+        channels.append(content);
+    });
     script("sxm_channel_list", [](const sxm_callbacks& cb) {
         sxm_content a = channel("a", "Pop");
         sxm_content b = channel("b", "Rock");
@@ -240,7 +242,10 @@ TEST_F(SiriusLibTest, ListOperationsAnswerTheCollectedItemsAndTheirFailureTexts)
     QObject receiver;
     QString showGenre;
     QObject::connect(lib, &SiriusLib::onGetShows, &receiver,
-                     [&](const QString& genre, const MivoSiriusContent&) { showGenre = genre; });
+                     [&](const QString& genre, const MivoSiriusContent&) {
+                         lib->handOver();
+                         showGenre = genre;
+                     });
     const QList<MivoSiriusContent> shows =
         waitFor(lib->getShows(QStringLiteral("jazz"), QString()));
     ASSERT_EQ(shows.size(), 1);
@@ -356,11 +361,18 @@ TEST_F(SiriusLibTest, EventCallbacksBecomeSignals)
     QList<QList<MivoSiriusPdtCut>> cuts;
     QList<MivoSiriusModuleType::Enum> refreshes;
     QObject::connect(lib, &SiriusLib::onGlobalSettings, &receiver,
-                     [&](const QHash<QString, QString>& s) { settings.append(s); });
-    QObject::connect(lib, &SiriusLib::onPdtCuts, &receiver,
-                     [&](const QList<MivoSiriusPdtCut>& c) { cuts.append(c); });
-    QObject::connect(lib, &SiriusLib::onRefresh, &receiver,
-                     [&](MivoSiriusModuleType::Enum m) { refreshes.append(m); });
+                     [&](const QHash<QString, QString>& s) {
+                         lib->handOver();
+                         settings.append(s);
+                     });
+    QObject::connect(lib, &SiriusLib::onPdtCuts, &receiver, [&](const QList<MivoSiriusPdtCut>& c) {
+        lib->handOver();
+        cuts.append(c);
+    });
+    QObject::connect(lib, &SiriusLib::onRefresh, &receiver, [&](MivoSiriusModuleType::Enum m) {
+        lib->handOver();
+        refreshes.append(m);
+    });
 
     sxm_globalSetting records[] = {
         {"TuneStart", "on"}, {"Other", "v\xc3\xa4"}, {"TuneStart", "off"}};
