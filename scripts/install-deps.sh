@@ -13,10 +13,8 @@ packages=(
   libcpp-httplib-dev nlohmann-json3-dev libssl-dev
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev
-  # audio checks in the tests (decoding the AAC that the service serves)
+  # the service's AAC fixtures are made at build time, and tests decode what it serves
   ffmpeg
-  # sanitizer runtimes
-  libclang-rt-14-dev
 )
 
 missing=()
