@@ -102,16 +102,6 @@ void episodes(Call& call)
     call.reply(std::move(body));
 }
 
-bool refuseDuringGupBypass(Call& call)
-{
-    if (!call.ctx.faults.bypass().anyGupBypass()) {
-        return false;
-    }
-    call.fail(503, errors::kUnavailable, "GUP_UNAVAILABLE",
-              "Your settings and preferences are temporarily unavailable during a server update.");
-    return true;
-}
-
 void forYou(Call& call)
 {
     if (refuseDuringGupBypass(call)) {
@@ -173,6 +163,16 @@ void search(Call& call)
 }
 
 } // namespace
+
+bool refuseDuringGupBypass(Call& call)
+{
+    if (!call.ctx.faults.bypass().anyGupBypass()) {
+        return false;
+    }
+    call.fail(503, errors::kUnavailable, "GUP_UNAVAILABLE",
+              "Your settings and preferences are temporarily unavailable during a server update.");
+    return true;
+}
 
 Json itemsJson(const Call& call, const std::vector<const Content*>& records)
 {

@@ -22,16 +22,6 @@ AssetType assetTypeOfRecent(StreamKind kind)
     return AssetType::LiveChannel;
 }
 
-bool refuseDuringGupBypass(Call& call)
-{
-    if (!call.ctx.faults.bypass().anyGupBypass()) {
-        return false;
-    }
-    call.fail(503, errors::kUnavailable, "GUP_UNAVAILABLE",
-              "Your settings and preferences are temporarily unavailable during a server update.");
-    return true;
-}
-
 void listFavorites(Call& call)
 {
     if (refuseDuringGupBypass(call)) {

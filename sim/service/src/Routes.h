@@ -22,6 +22,10 @@ Json itemsJson(const Call& call, const std::vector<const Content*>& records);
 /// account's other devices learn that a list changed elsewhere.
 void notifyOtherSessions(const Call& call, int module);
 
+/// Answers 503 and true while the service's store of the user's settings (GUP) is in bypass: the
+/// personal lists (For You, favorites, recents) are unavailable then.
+bool refuseDuringGupBypass(Call& call);
+
 /// The record a recent or a favorite stands for: a channel's first record, a show, an episode.
 const Content* recordOf(const Catalog& catalog, AssetType type, const std::string& key);
 
