@@ -1,18 +1,18 @@
 #pragma once
 // Thread contract: worker thread only.
 
+#include "nodes/forYouNode.h"
 #include "nodes/nodesFactory.h"
+#include "nodes/searchNode.h"
 
+#include <mivosdk/CMListRowsNode.h>
 #include <mivosdk/CMPath.h>
 
 #include <QObject>
 #include <QPointer>
 
-class CMListRowsNode;
 class CMNodes;
 class ContentManager;
-class ForYouNode;
-class SearchNode;
 
 /// The top of the module's browse tree: the root list, the search entry, and the first-level
 /// rows that lead to every other list. The rows appear once the line-up is loaded and are rebuilt
@@ -21,8 +21,7 @@ class BrowseUi : public QObject
 {
     Q_OBJECT
 public:
-    BrowseUi(CMNodes* nodes, const CMPath& path, ContentManager* contentManager,
-             bool fullFeatured);
+    BrowseUi(CMNodes* nodes, const CMPath& path, ContentManager* contentManager, bool fullFeatured);
     ~BrowseUi() override;
 
     /// Empties the tree below the root; the search entry stays.

@@ -40,8 +40,8 @@ public:
     CMPath makeOnDemandEpisodeNode(const QString& id, const QString& icon);
     CMPath makeFavoriteNode(const QString& title, const QString& icon);
     CMPath makeRecentNode(const QString& title, const QString& icon);
-    CMPath makeContextNode(const QString& title, const QString& channelId,
-                           const QString& assetGuid, const QString& assetType);
+    CMPath makeContextNode(const QString& title, const QString& channelId, const QString& assetGuid,
+                           const QString& assetType);
     CMPath makeRecentContextNode();
 
     /// Destroys (deleteLater) every node the factory made.

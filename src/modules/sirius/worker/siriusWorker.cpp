@@ -1,5 +1,6 @@
 #include "worker/siriusWorker.h"
 
+#include "browseUi/browseUi.h"
 #include "contentManager/contentManager.h"
 #include "nodes/accountNode.h"
 #include "siriusLogging.h"
@@ -44,6 +45,9 @@ SiriusWorker::SiriusWorker(const QVariantHash& settings)
     connect(m_tuneStartItem, qOverload<MivoValue>(&CMValueItem::changed), this,
             &SiriusWorker::on_tuneStart_changed);
     m_contentManager = new ContentManager(m_lib, m_fullFeatured);
+    m_contentManager->setParent(this);
+    m_browseUi = new BrowseUi(nodes(), MivoSiriusBrowsePath(), m_contentManager, m_fullFeatured);
+    m_browseUi->setParent(this);
     connect(m_lib, &SiriusLib::onGlobalSettings, this, &SiriusWorker::on_lib_globalSettings);
     m_initialized = true;
 }
@@ -190,6 +194,7 @@ void SiriusWorker::on_accountNode_accountChanged()
 {
     LOG4CPLUS_INFO(logger(), "Account changed");
     m_contentManager->reset();
+    m_browseUi->reset();
 }
 
 void SiriusWorker::on_lib_globalSettings(const SiriusLib::Settings& settings)

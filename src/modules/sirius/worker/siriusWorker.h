@@ -7,6 +7,7 @@
 #include <mivosdk/CMValueItem.h>
 
 class AccountNode;
+class BrowseUi;
 class ContentManager;
 
 /// The module's entry object, the worker named "Sirius". It builds the library bridge, checks the
@@ -50,6 +51,7 @@ private:
     QList<CMRequest> m_requests; ///< the head is the request in progress
     AccountNode* m_accountNode = nullptr;
     ContentManager* m_contentManager = nullptr;
+    BrowseUi* m_browseUi = nullptr;
     CMValueItem* m_tuneStartItem = nullptr;
     SiriusLib::Settings m_globalSettings;
     MivoSiriusBypassStatus m_bypassStatus;

@@ -1,0 +1,72 @@
+#include "nodes/pdtSubNode.h"
+
+#include "contentManager/contentManager.h"
+#include "nodes/uiHelper.h"
+#include "siriusLogging.h"
+
+#include <mivosdk/MivoPaths.h>
+#include <mivosdk/MivoSiriusContent.h>
+
+PdtSubNode* PdtSubNode::create(ContentManager* contentManager, CMNodes* nodes, const CMPath& path,
+                               const QList<MivoRoles>& rows)
+{
+    auto* node = new PdtSubNode(contentManager, path, rows);
+    node->setParent(nodes);
+    node->setNodes(nodes);
+    return node;
+}
+
+PdtSubNode::PdtSubNode(ContentManager* contentManager, const CMPath& path,
+                       const QList<MivoRoles>& rows)
+    : CMListRowsNode(path)
+    , m_contentManager(contentManager)
+{
+    for (MivoRoles row : rows) {
+        const MivoSiriusContent content(row.value().toHash());
+        if (!content.isEmpty() && content.hasEntry(MivoSiriusContent::AssetType()) &&
+            content.assetType() == MivoSiriusAssetType::LiveChannel)
+            m_pdtChannelIds.append(row.id());
+        row.removeEntry(MivoRoles::Value());
+        rowsAppend(row);
+    }
+    connect(this, &CMNode::rowsPathAdded, this, &PdtSubNode::on_nodes_rowsPathAdded);
+    connect(this, &CMNode::rowsPathRemoved, this, &PdtSubNode::on_nodes_rowsPathRemoved);
+    connect(contentManager, &ContentManager::cutChanged, this,
+            &PdtSubNode::on_contentManager_cutChanged);
+}
+
+PdtSubNode::~PdtSubNode()
+{
+    // A result list that goes away must not keep its channels' program data coming.
+    if (m_contentManager)
+        m_contentManager->unregisterPdt(path());
+}
+
+void PdtSubNode::on_nodes_rowsPathAdded(CMPath)
+{
+    if (m_contentManager)
+        m_contentManager->registerPdt(path(), m_pdtChannelIds);
+}
+
+void PdtSubNode::on_nodes_rowsPathRemoved(CMPath)
+{
+    if (m_contentManager && rowsPaths().isEmpty())
+        m_contentManager->unregisterPdt(path());
+}
+
+void PdtSubNode::on_contentManager_cutChanged()
+{
+    SIRIUS_TRACE_FUNCTION(sirius::cbSiriusLogger());
+    if (!m_contentManager)
+        return;
+    const QList<MivoRoles> current = rows();
+    for (int index = 0; index < current.size(); ++index) {
+        const CMPath rowPath = current[index].path();
+        if (rowPath.hasParam(MivoSiriusEpisode()) || rowPath.hasParam(MivoSiriusXtra()))
+            continue;
+        const MivoRoles updated = UiHelper::addPdtCut(current[index], m_contentManager);
+        // Only real changes: each replacement is a notice the host acts on.
+        if (updated != current[index])
+            rowsSet(index, updated);
+    }
+}
