@@ -1,0 +1,162 @@
+#include "nodesFixtures.h"
+
+#include "nodes/channelNode.h"
+#include "nodes/pdtSubNode.h"
+#include "nodes/uiHelper.h"
+
+#include <mivosdk/MivoPaths.h>
+
+using fixtures::browseRoot;
+using fixtures::channel;
+using fixtures::NodesTest;
+
+namespace {
+
+MivoRoles contentRow(const QString& id, MivoSiriusAssetType::Enum type, const QString& title)
+{
+    const MivoSiriusContent content =
+        channel(id, QStringLiteral("Hip Hop"), 1, type).setTitle(title);
+    return MivoRoles()
+        .setId(id)
+        .setTitle(title)
+        .setIcon(QStringLiteral("icon-") + id)
+        .setValue(MivoValue().setVariant(content.__variant()));
+}
+
+MivoSiriusPdtCut dueCut(const QString& channelId, const QString& title)
+{
+    return MivoSiriusPdtCut()
+        .setChannelId(channelId)
+        .setTime(QDateTime::currentMSecsSinceEpoch() - 200000)
+        .setArtist(QStringLiteral("Artist"))
+        .setTitle(title);
+}
+
+std::string lastPdtCall()
+{
+    const auto calls = fake::library().callsSnapshot();
+    for (auto it = calls.rbegin(); it != calls.rend(); ++it) {
+        if (it->rfind("sxm_st", 0) == 0)
+            return *it;
+    }
+    return std::string();
+}
+
+} // namespace
+
+TEST_F(NodesTest, ChannelPathsKeyTheNodeBySegmentsAndCarryTitleAndIconAsParameters)
+{
+    const CMPath first = factory.makeChannelNode("Pop", "pop.png", MivoSiriusContent::SortOrder(),
+                                                 "pop", 12, false, true);
+    const CMPath second = factory.makeChannelNode(
+        "Pop again", "other.png", MivoSiriusContent::SortOrder(), "pop", 3, false, true);
+    EXPECT_EQ(first.withoutParams(), second.withoutParams());
+    EXPECT_EQ(second.param(MivoRoles::Title()), QStringLiteral("Pop again"));
+    EXPECT_EQ(second.param(MivoRoles::Icon()), QStringLiteral("other.png"));
+    auto* node = qobject_cast<ChannelNode*>(nodes.node(second));
+    ASSERT_NE(node, nullptr);
+    EXPECT_EQ(node->description().toString(), QStringLiteral("12 channels"))
+        << "a node found again keeps what it got when it was made";
+    EXPECT_EQ(node->contextPath().param(MivoSiriusContent::AssetType()),
+              MivoSiriusAssetType::toString(MivoSiriusAssetType::Category));
+    EXPECT_EQ(node->contextPath().param(MivoSiriusContent::Title()), QStringLiteral("pop"));
+
+    auto* xtra = qobject_cast<ChannelNode*>(
+        nodes.node(factory.makeChannelNode("X", "", "SortOrder", "talk", 0, true, false)));
+    ASSERT_NE(xtra, nullptr);
+    EXPECT_TRUE(xtra->contextPath().isEmpty()) << "an Xtra list offers no menu";
+    EXPECT_TRUE(xtra->description().toString().isEmpty()) << "count 0 announces nothing";
+}
+
+TEST_F(NodesTest, FixedPathFormats)
+{
+    EXPECT_EQ(factory.makeOnDemandNode("All", "", "", "").segments().mid(2),
+              (QStringList{"onDemand", "genre:all", "channelId:all"}));
+    const CMPath episodes = factory.makeOnDemandEpisodeNode("show-1", "show.png");
+    EXPECT_EQ(episodes.segments().mid(2), QStringList{"onDemandEpisode"});
+    EXPECT_EQ(episodes.paramList().size(), 2);
+    EXPECT_EQ(episodes.param("id"), QStringLiteral("show-1"));
+    const CMPath context = factory.makeContextNode("T", "ch", "guid", "LiveChannel");
+    QStringList keys;
+    for (const auto& param : context.paramList())
+        keys << param.first;
+    EXPECT_EQ(keys, (QStringList{MivoSiriusContent::AssetGuid(), MivoSiriusContent::AssetType(),
+                                 MivoSiriusContent::ChannelId(), MivoSiriusContent::Title()}));
+    EXPECT_TRUE(factory.makeRecentContextNode().hasParam("clearRecent"));
+}
+
+TEST_F(NodesTest, ClearLetsEveryNodeGoAndTheNextRecentNodeIsMadeAfresh)
+{
+    const CMPath recent = factory.makeRecentNode("Recent", "recent.png");
+    QPointer<CMNode> first = nodes.node(recent);
+    QPointer<CMNode> list =
+        nodes.node(factory.makeChannelNode("A", "", "Title", "", 0, false, false));
+    factory.clear();
+    testsupport::pump();
+    EXPECT_FALSE(first);
+    EXPECT_FALSE(list);
+    factory.makeRecentNode("Recent again", "again.png");
+    auto* again = qobject_cast<CMContainerNode*>(nodes.node(recent));
+    ASSERT_NE(again, nullptr);
+    EXPECT_EQ(again->title().toString(), QStringLiteral("Recent again"));
+    EXPECT_TRUE(static_cast<CMUINode*>(again)->contextPath().hasParam("clearRecent"));
+}
+
+TEST_F(NodesTest, SectionsComeInFixedOrderAndEmptyOnesAreLeftOut)
+{
+    const QList<MivoRoles> split =
+        UiHelper::splitToSections({contentRow("e", MivoSiriusAssetType::Episode, "An episode"),
+                                   contentRow("c", MivoSiriusAssetType::Category, "A category"),
+                                   MivoRoles().setTitle("No content at all")});
+    EXPECT_EQ(titles(split), (QStringList{"Categories", "A category", "Episodes", "An episode"}));
+    EXPECT_EQ(split[0].type(), int(MivoRolesType::SectionHeader));
+
+    const QList<MivoRoles> channels =
+        UiHelper::splitToSections({contentRow("x", MivoSiriusAssetType::XtraChannel, "Xtra"),
+                                   contentRow("l", MivoSiriusAssetType::LiveChannel, "Live")});
+    EXPECT_EQ(titles(channels), (QStringList{"Channels", "Xtra", "Live"}));
+}
+
+TEST_F(NodesTest, DecorationsGiveMenusLinksAndCutTitles)
+{
+    load({channel("live", "Pop", 1), channel("quiet", "Pop", 2)});
+    manager.on_siriusLib_pdtCuts({dueCut("live", "Song")});
+    const QList<MivoRoles> rows =
+        UiHelper::decorateRoles({contentRow("live", MivoSiriusAssetType::LiveChannel, "Live"),
+                                 contentRow("quiet", MivoSiriusAssetType::LiveChannel, "Quiet"),
+                                 contentRow("show", MivoSiriusAssetType::Show, "Show"),
+                                 contentRow("cat", MivoSiriusAssetType::Category, "Category")},
+                                &factory, &manager);
+    EXPECT_EQ(titles(rows), (QStringList{"Artist - Song", "", "Show", "Category"}))
+        << "a live row takes its cut even when it is empty";
+    EXPECT_EQ(UiHelper::addPdtCut(contentRow("quiet", MivoSiriusAssetType::LiveChannel, "Quiet"),
+                                  &manager)
+                  .title(),
+              QStringLiteral("Quiet"))
+        << "addPdtCut keeps the title when there is no cut";
+    EXPECT_EQ(rows[0].sortKey(), MivoSiriusAssetType::toString(MivoSiriusAssetType::LiveChannel));
+    EXPECT_EQ(rows[2].path().segments().last(), QStringLiteral("onDemandEpisode"));
+    EXPECT_EQ(rows[2].path().param("id"), QStringLiteral("show"));
+    EXPECT_EQ(rows[3].path().segments().mid(2, 2), (QStringList{"channels", "filter:hip hop"}));
+    EXPECT_EQ(rows[3].context().path().param(MivoSiriusContent::Title()), QStringLiteral("hip hop"))
+        << "a category's menu is titled with its genre key";
+}
+
+TEST_F(NodesTest, SubNodeRegistersItsLiveChannelsWhileOpenAndUnregistersWhenItGoes)
+{
+    auto* node =
+        PdtSubNode::create(&manager, &nodes, browseRoot().subpath("forYou").subpath("Music"),
+                           {contentRow("live", MivoSiriusAssetType::LiveChannel, "Live"),
+                            contentRow("xtra", MivoSiriusAssetType::XtraChannel, "Xtra"),
+                            MivoRoles().setId("plain").setTitle("No content")});
+    EXPECT_EQ(node->pdtChannelIds(), QStringList{"live"});
+    EXPECT_FALSE(node->rows()[0].hasEntry(MivoRoles::Value())) << "rows do not carry the record";
+
+    node->addRowsPath(node->path());
+    EXPECT_EQ(lastPdtCall(), "sxm_startPtdNotificationForChannelIds(live;)");
+    node->addRowsPath(node->path());
+    node->removeRowsPath(node->path());
+    EXPECT_EQ(lastPdtCall(), "sxm_startPtdNotificationForChannelIds(live;)") << "one still open";
+    delete node;
+    EXPECT_EQ(lastPdtCall(), "sxm_stop_pdt_notification") << "a destroyed list stays unregistered";
+}
