@@ -1,0 +1,148 @@
+#include "nodes/favoriteNode.h"
+
+#include "contentManager/contentManager.h"
+#include "nodes/nodesFactory.h"
+#include "nodes/uiHelper.h"
+#include "siriusLogging.h"
+
+#include <mivosdk/MivoPaths.h>
+#include <mivosdk/MivoSiriusContent.h>
+
+namespace {
+
+/// Whether a row's content is a live channel; rows without content (section headers) and records
+/// that do not state their asset type are not (an absent field would read as 0, a live channel).
+bool isLiveChannel(const MivoRoles& row)
+{
+    const MivoSiriusContent content(row.value().toHash());
+    return content.hasEntry(MivoSiriusContent::AssetType()) &&
+           content.assetType() == MivoSiriusAssetType::LiveChannel;
+}
+
+/// Rows of episodes and of Xtra content have titles of their own that no cut replaces.
+bool showsCut(const MivoRoles& row)
+{
+    const CMPath rowPath = row.path();
+    return !rowPath.hasParam(MivoSiriusEpisode()) && !rowPath.hasParam(MivoSiriusXtra());
+}
+
+/// What the user reads when the list could not be fetched: while the service's store of the
+/// user's preferences is away (bypass) retrying does not help, otherwise the connection is the
+/// likely cause.
+CMError fetchError(const MivoSiriusBypassStatus& bypass)
+{
+    const bool inBypass = bypass.isGupIdUnavailable() || bypass.isGupUnavailable();
+    return CMError(
+        QStringLiteral("SiriusXM"),
+        inBypass ? TrString("FavoriteNode", "Favorite shows currently not available")
+                 : TrString("FavoriteNode",
+                            "Error getting favorites. Please check your internet connection"));
+}
+
+} // namespace
+
+FavoriteNode* FavoriteNode::create(ContentManager* contentManager, NodesFactory* factory,
+                                   CMNodes* nodes, const CMPath& path)
+{
+    auto* node = new FavoriteNode(contentManager, factory, path);
+    // Owned by the registry, so that it goes with the worker's node tree.
+    node->setParent(nodes);
+    node->setNodes(nodes);
+    return node;
+}
+
+FavoriteNode::FavoriteNode(ContentManager* contentManager, NodesFactory* factory,
+                           const CMPath& path)
+    : CMListRowsNode(path)
+    , m_contentManager(contentManager)
+    , m_factory(factory)
+{
+    connect(this, &CMNode::rowsPathAdded, this, &FavoriteNode::on_nodes_rowsPathAdded);
+    connect(this, &CMNode::rowsPathRemoved, this, &FavoriteNode::on_nodes_rowsPathRemoved);
+    connect(m_contentManager, &ContentManager::favoritesChanged, this,
+            &FavoriteNode::on_contentManager_favoritesChanged);
+    connect(m_contentManager, &ContentManager::cutChanged, this,
+            &FavoriteNode::on_contentManager_cutChanged);
+    connect(m_contentManager, &ContentManager::onRefresh, this,
+            &FavoriteNode::on_contentManager_refresh);
+}
+
+bool FavoriteNode::getRowsRequest(const CMGetRowsRequest& request)
+{
+    SIRIUS_TRACE_FUNCTION(sirius::cbSiriusLogger());
+    if (m_loaded)
+        return CMListRowsNode::getRowsRequest(request);
+    m_contentManager->favorites()
+        .onSuccess(this,
+                   [this, request](const QList<MivoRoles>& roles) {
+                       favoriteItems(UiHelper::splitToSections(
+                           UiHelper::decorateRoles(roles, m_factory, m_contentManager)));
+                       m_loaded = true;
+                       getRowsRequest(request);
+                   })
+        .onError(this, [this, request](const CMError&) {
+            request.reply().setError(fetchError(m_contentManager->bypassStatus()));
+        });
+    return true;
+}
+
+void FavoriteNode::favoriteItems(const QList<MivoRoles>& rows)
+{
+    CMListRowsNode::rowsClear();
+    m_pdtChannelIds.clear();
+    QList<MivoRoles> items;
+    items.reserve(rows.size());
+    for (MivoRoles row : rows) {
+        if (isLiveChannel(row))
+            m_pdtChannelIds.append(row.id());
+        // A stored row does not carry the whole content record.
+        row.removeEntry(MivoRoles::Value());
+        // An episode is listed under its channel's id, but its title is its own.
+        items.append(showsCut(row) ? UiHelper::addPdtCut(row, m_contentManager) : row);
+    }
+    // One insert notice for the whole list rather than one per row.
+    rowsAppend(items);
+    m_contentManager->registerPdt(path(), m_pdtChannelIds);
+}
+
+void FavoriteNode::on_contentManager_refresh(MivoSiriusModuleType::Enum moduleType)
+{
+    LOG4CPLUS_TRACE(sirius::cbSiriusLogger(),
+                    "Module: " << MivoSiriusModuleType::toString(moduleType).toStdString());
+    if (moduleType != MivoSiriusModuleType::Favorites)
+        return;
+    LOG4CPLUS_DEBUG(sirius::cbSiriusLogger(), "Refresh favorites");
+    on_contentManager_favoritesChanged();
+}
+
+void FavoriteNode::on_contentManager_favoritesChanged()
+{
+    m_loaded = false;
+    rowsChanged(CMSubscribe::RowsChangeReset());
+}
+
+void FavoriteNode::on_contentManager_cutChanged()
+{
+    SIRIUS_TRACE_FUNCTION(sirius::cbSiriusLogger());
+    // Titles of a list nobody holds are refreshed when it is fetched again.
+    if (!hasObservers())
+        return;
+    const QList<MivoRoles> current = rows();
+    for (int index = 0; index < current.size(); ++index) {
+        if (showsCut(current[index]))
+            rowsSet(index, UiHelper::addPdtCut(current[index], m_contentManager));
+    }
+}
+
+void FavoriteNode::on_nodes_rowsPathAdded(CMPath)
+{
+    m_contentManager->registerPdt(path(), m_pdtChannelIds);
+}
+
+void FavoriteNode::on_nodes_rowsPathRemoved(CMPath)
+{
+    if (hasObservers())
+        return;
+    m_contentManager->unregisterPdt(path());
+    m_loaded = false;
+}

@@ -1,0 +1,155 @@
+#include "nodes/recentNode.h"
+
+#include "contentManager/contentManager.h"
+#include "nodes/nodesFactory.h"
+#include "nodes/uiHelper.h"
+#include "siriusLogging.h"
+
+#include <mivosdk/MivoPaths.h>
+#include <mivosdk/MivoSiriusContent.h>
+
+namespace {
+
+/// Whether a row's content is a live channel; rows without content and records that do not
+/// state their asset type are not (an absent field would read as 0, a live channel).
+bool isLiveChannel(const MivoRoles& row)
+{
+    const MivoSiriusContent content(row.value().toHash());
+    return content.hasEntry(MivoSiriusContent::AssetType()) &&
+           content.assetType() == MivoSiriusAssetType::LiveChannel;
+}
+
+/// Rows of episodes and of Xtra content have titles of their own that no cut replaces.
+bool showsCut(const MivoRoles& row)
+{
+    const CMPath rowPath = row.path();
+    return !rowPath.hasParam(MivoSiriusEpisode()) && !rowPath.hasParam(MivoSiriusXtra());
+}
+
+/// What an empty recents list shows instead: one row with only a title.
+QList<MivoRoles> nothingPlayedYet()
+{
+    return {MivoRoles().setTitle(TrString("RecentNode", "No recently played channels").toString())};
+}
+
+/// What the user reads when the list could not be fetched: while the service's store of the
+/// user's preferences is away (bypass) retrying does not help, otherwise the connection is the
+/// likely cause.
+CMError fetchError(const MivoSiriusBypassStatus& bypass)
+{
+    const bool inBypass = bypass.isGupIdUnavailable() || bypass.isGupUnavailable();
+    return CMError(QStringLiteral("SiriusXM"),
+                   inBypass
+                       ? TrString("RecentNode", "Bypass mode. Recents disabled.")
+                       : TrString("RecentNode",
+                                  "Error getting recents. Please check your internet connection"));
+}
+
+} // namespace
+
+RecentNode* RecentNode::create(ContentManager* contentManager, NodesFactory* factory,
+                               CMNodes* nodes, const CMPath& path)
+{
+    auto* node = new RecentNode(contentManager, factory, path);
+    // Owned by the registry, so that it goes with the worker's node tree.
+    node->setParent(nodes);
+    node->setNodes(nodes);
+    return node;
+}
+
+RecentNode::RecentNode(ContentManager* contentManager, NodesFactory* factory, const CMPath& path)
+    : CMListRowsNode(path)
+    , m_contentManager(contentManager)
+    , m_factory(factory)
+{
+    connect(this, &CMNode::rowsPathAdded, this, &RecentNode::on_nodes_rowsPathAdded);
+    connect(this, &CMNode::rowsPathRemoved, this, &RecentNode::on_nodes_rowsPathRemoved);
+    connect(m_contentManager, &ContentManager::recentChanged, this,
+            &RecentNode::on_contentManager_recentChanged);
+    connect(m_contentManager, &ContentManager::cutChanged, this,
+            &RecentNode::on_contentManager_cutChanged);
+    connect(m_contentManager, &ContentManager::onRefresh, this,
+            &RecentNode::on_contentManager_refresh);
+}
+
+bool RecentNode::getRowsRequest(const CMGetRowsRequest& request)
+{
+    SIRIUS_TRACE_FUNCTION(sirius::cbSiriusLogger());
+    if (!m_needsFetch)
+        return CMListRowsNode::getRowsRequest(request);
+    m_contentManager->recent()
+        .onSuccess(this,
+                   [this, request](const QList<MivoRoles>& roles) {
+                       m_needsFetch = false;
+                       recentItems(roles.isEmpty() ? nothingPlayedYet() : roles);
+                       CMListRowsNode::getRowsRequest(request);
+                   })
+        .onError(this, [this, request](const CMError&) {
+            request.reply().setError(fetchError(m_contentManager->bypassStatus()));
+        });
+    return true;
+}
+
+void RecentNode::recentItems(const QList<MivoRoles>& rows)
+{
+    CMListRowsNode::rowsClear();
+    m_pdtChannelIds.clear();
+    QList<MivoRoles> items;
+    items.reserve(rows.size());
+    for (MivoRoles row : rows) {
+        if (isLiveChannel(row))
+            m_pdtChannelIds.append(row.id());
+        // A stored row does not carry the whole content record.
+        row.removeEntry(MivoRoles::Value());
+        // An episode is listed under its channel's id, but its title is its own.
+        items.append(showsCut(row) ? UiHelper::addPdtCut(row, m_contentManager) : row);
+    }
+    // One insert notice for the whole list rather than one per row.
+    rowsAppend(items);
+    m_contentManager->registerPdt(path(), m_pdtChannelIds);
+}
+
+void RecentNode::on_contentManager_refresh(MivoSiriusModuleType::Enum moduleType)
+{
+    LOG4CPLUS_TRACE(sirius::cbSiriusLogger(),
+                    "Module: " << MivoSiriusModuleType::toString(moduleType).toStdString());
+    if (moduleType != MivoSiriusModuleType::Recents)
+        return;
+    LOG4CPLUS_DEBUG(sirius::cbSiriusLogger(), "Refresh recent");
+    m_needsFetch = true;
+    rowsChanged(CMSubscribe::RowsChangeReset());
+}
+
+void RecentNode::on_contentManager_recentChanged()
+{
+    m_needsFetch = true;
+    rowsChanged(CMSubscribe::RowsChangeReset());
+}
+
+void RecentNode::on_contentManager_cutChanged()
+{
+    SIRIUS_TRACE_FUNCTION(sirius::cbSiriusLogger());
+    // Titles of a list nobody holds are refreshed when it is fetched again.
+    if (!hasObservers())
+        return;
+    const QList<MivoRoles> current = rows();
+    for (int index = 0; index < current.size(); ++index) {
+        if (showsCut(current[index]))
+            rowsSet(index, UiHelper::addPdtCut(current[index], m_contentManager));
+    }
+}
+
+void RecentNode::on_nodes_rowsPathAdded(CMPath)
+{
+    m_contentManager->registerPdt(path(), m_pdtChannelIds);
+}
+
+void RecentNode::on_nodes_rowsPathRemoved(CMPath)
+{
+    if (hasObservers())
+        return;
+    LOG4CPLUS_DEBUG(sirius::cbSiriusLogger(), "Recent node was closed");
+    m_contentManager->unregisterPdt(path());
+    // A closed recent list is fetched afresh when it is opened again.
+    m_needsFetch = true;
+}

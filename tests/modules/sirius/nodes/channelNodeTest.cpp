@@ -1,0 +1,276 @@
+#include "nodesFixtures.h"
+
+#include "nodes/channelNode.h"
+
+#include <mivosdk/MivoPaths.h>
+
+#include <algorithm>
+
+using fixtures::browseRoot;
+using fixtures::channel;
+using fixtures::NodesTest;
+
+namespace {
+
+MivoSiriusContent xtraChannel(const QString& id, const QString& genre, int number)
+{
+    return channel(id, genre, number, MivoSiriusAssetType::XtraChannel).setIsXtra(true);
+}
+
+MivoSiriusPdtCut dueCut(const QString& channelId, const QString& title)
+{
+    // Older than the delay after which a cut becomes current.
+    return MivoSiriusPdtCut()
+        .setChannelId(channelId)
+        .setTime(QDateTime::currentMSecsSinceEpoch() - 200000)
+        .setArtist(QStringLiteral("Artist"))
+        .setTitle(title);
+}
+
+/// The program-data calls made to the library, oldest first.
+std::vector<std::string> pdtCalls()
+{
+    std::vector<std::string> found;
+    for (const std::string& call : fake::library().callsSnapshot()) {
+        if (call.rfind("sxm_st", 0) == 0)
+            found.push_back(call);
+    }
+    return found;
+}
+
+std::string lastPdtCall()
+{
+    const auto calls = pdtCalls();
+    return calls.empty() ? std::string() : calls.back();
+}
+
+/// The channel ids of a "start for channel ids" call, sorted (the library gets them as a set).
+QStringList idsOf(const std::string& call)
+{
+    const QString text = QString::fromStdString(call);
+    const int open = text.indexOf(QLatin1Char('('));
+    QStringList ids =
+        text.mid(open + 1, text.size() - open - 2).split(QLatin1Char(';'), Qt::SkipEmptyParts);
+    ids.sort();
+    return ids;
+}
+
+QStringList idsOf(const QList<MivoRoles>& rows)
+{
+    QStringList ids;
+    for (const MivoRoles& row : rows)
+        ids << row.id();
+    return ids;
+}
+
+class ChannelNodeTest : public NodesTest
+{
+protected:
+    void SetUp() override
+    {
+        NodesTest::SetUp();
+        load({channel("a", "Pop", 3), channel("b", "Rock", 1), channel("c", "Pop", 2),
+              xtraChannel("x", "Pop", 4)});
+    }
+    ChannelNode* nodeAt(const CMPath& path) { return qobject_cast<ChannelNode*>(nodes.node(path)); }
+    CMPath list(const QString& filter, bool xtra, bool pdt,
+                const QString& sort = MivoSiriusContent::SiriusChannelNumber())
+    {
+        return factory.makeChannelNode(QStringLiteral("List"), QStringLiteral("list.png"), sort,
+                                       filter, 0, xtra, pdt);
+    }
+};
+
+} // namespace
+
+// --- query, sort and filter
+
+TEST_F(ChannelNodeTest, ListsTheLineUpInTheWantedOrderNarrowedByGenreAndXtra)
+{
+    EXPECT_EQ(idsOf(getRows(list("", false, false)).rows()), (QStringList{"b", "c", "a", "x"}))
+        << "all channels by number";
+    EXPECT_EQ(idsOf(getRows(list("", false, false, MivoSiriusContent::SortOrder())).rows()),
+              (QStringList{"x", "a", "c", "b"}))
+        << "the same line-up by another role";
+    EXPECT_EQ(idsOf(getRows(list("pop", false, false)).rows()), (QStringList{"c", "a", "x"}));
+    EXPECT_EQ(idsOf(getRows(list("pop", true, false)).rows()), QStringList{"x"});
+    EXPECT_TRUE(getRows(list("jazz", false, false)).rows().isEmpty());
+    EXPECT_FALSE(lastError.isError()) << "an empty genre is an empty list, not a failure";
+}
+
+TEST_F(ChannelNodeTest, RowsLeaveTheContentRecordBehindAndOfferTheChannelsMenu)
+{
+    const QList<MivoRoles> rows = getRows(list("rock", false, false)).rows();
+    ASSERT_EQ(rows.size(), 1);
+    EXPECT_FALSE(rows[0].hasEntry(MivoRoles::Value()));
+    EXPECT_EQ(rows[0].title(), QStringLiteral("Title b"));
+    const CMPath menu = rows[0].context().path();
+    EXPECT_EQ(menu.param(MivoSiriusContent::Title()), QStringLiteral("Title b"));
+    EXPECT_EQ(menu.param(MivoSiriusContent::ChannelId()), QStringLiteral("b"));
+    EXPECT_EQ(menu.param(MivoSiriusContent::AssetGuid()), QStringLiteral("guid-b"));
+    EXPECT_EQ(menu.param(MivoSiriusContent::AssetType()),
+              MivoSiriusAssetType::toString(MivoSiriusAssetType::LiveChannel));
+}
+
+TEST_F(ChannelNodeTest, NoContextMenuWhenNotFullFeatured)
+{
+    const CMPath path = browseRoot().subpath(QStringLiteral("plainChannels"));
+    ChannelNode::create(&manager, &factory, &nodes, path, false,
+                        MivoSiriusContent::SiriusChannelNumber(), QString(), false, true);
+    const QList<MivoRoles> rows = getRows(path).rows();
+    ASSERT_EQ(rows.size(), 4);
+    for (const MivoRoles& row : rows)
+        EXPECT_FALSE(row.hasEntry(MivoRoles::Context())) << row.id().toStdString();
+}
+
+TEST_F(ChannelNodeTest, ShowsTheTitleAndIconOfTheLinkThatLedThere)
+{
+    const CMPath first = list("pop", false, true);
+    const CMPath again = factory.makeChannelNode(
+        "Pop hits", "hits.png", MivoSiriusContent::SiriusChannelNumber(), "pop", 0, false, true);
+    ChannelNode* node = nodeAt(again);
+    ASSERT_NE(node, nullptr);
+    EXPECT_EQ(node->linkRoles(again).title(), QStringLiteral("Pop hits"));
+    EXPECT_EQ(node->linkRoles(again).icon(), QStringLiteral("hits.png"));
+    EXPECT_EQ(node->linkRoles(first).title(), QStringLiteral("List"));
+    node->setTitle(TrString("Own title"));
+    EXPECT_EQ(node->linkRoles(first.withoutParams()).title(), QStringLiteral("Own title"))
+        << "a link without parameters shows the node's own title";
+}
+
+// --- rows built once
+
+TEST_F(ChannelNodeTest, ASecondRequestRequeriesTheIdsButKeepsTheRowsAsBuilt)
+{
+    const CMPath path = list("pop", false, true);
+    ChannelNode* node = nodeAt(path);
+    ASSERT_NE(node, nullptr);
+    node->addRowsPath(path);
+    EXPECT_EQ(getRows(path).rows().size(), 3);
+
+    manager.on_siriusLib_channel(channel("d", "Pop", 0));
+    const MivoRowsRoles second = getRows(path);
+    EXPECT_EQ(second.rows().size(), 3) << "no duplicates and no rebuild while the list is open";
+    EXPECT_EQ(second.total(), 3);
+    EXPECT_EQ(node->channelIds().size(), 4) << "the ids follow the line-up on every request";
+    EXPECT_EQ(node->pdtChannelIds().size(), 2) << "a and c; the Xtra channel shows no cut";
+
+    node->removeRowsPath(path);
+    EXPECT_EQ(idsOf(getRows(path).rows()), (QStringList{"d", "c", "a", "x"}))
+        << "reopened, the list is built from the current line-up";
+    EXPECT_EQ(node->pdtChannelIds().size(), 3) << "rebuilt ids do not pile up";
+}
+
+TEST_F(ChannelNodeTest, PagesComeFromTheStoredRows)
+{
+    const CMPath path = list("", false, false);
+    const MivoRowsRoles page = getRows(path, 1, 2);
+    EXPECT_EQ(idsOf(page.rows()), (QStringList{"c", "a"}));
+    EXPECT_EQ(page.offset(), 1);
+    EXPECT_EQ(page.total(), 4);
+}
+
+// --- registration for now-playing data
+
+TEST_F(ChannelNodeTest, AnAllChannelsListRegistersItsLiveChannelsById)
+{
+    getRows(list("", false, true));
+    EXPECT_EQ(idsOf(lastPdtCall()), (QStringList{"a", "b", "c"}));
+    EXPECT_EQ(lastPdtCall().rfind("sxm_startPtdNotificationForChannelIds(", 0), 0u);
+}
+
+TEST_F(ChannelNodeTest, AListWithoutLiveChannelsDoesNotRegister)
+{
+    const CMPath path = list("", true, true);
+    EXPECT_EQ(idsOf(getRows(path).rows()), QStringList{"x"});
+    nodeAt(path)->addRowsPath(path);
+    EXPECT_TRUE(pdtCalls().empty()) << lastPdtCall();
+}
+
+TEST_F(ChannelNodeTest, AGenreListRegistersByItsKeyEvenWithoutRows)
+{
+    EXPECT_TRUE(getRows(list("jazz", false, true)).rows().isEmpty());
+    EXPECT_EQ(lastPdtCall(), "sxm_startPtdNotificationForGenre(jazz)");
+}
+
+TEST_F(ChannelNodeTest, AListWithoutProgramDataNeverRegistersNorRewritesTitles)
+{
+    const CMPath path = list("pop", false, false);
+    ChannelNode* node = nodeAt(path);
+    node->addRowsPath(path);
+    getRows(path);
+    manager.on_siriusLib_pdtCuts({dueCut("a", "Song")});
+    EXPECT_TRUE(pdtCalls().empty()) << lastPdtCall();
+    EXPECT_EQ(node->rows()[1].title(), QStringLiteral("Title a"));
+    node->removeRowsPath(path);
+    EXPECT_EQ(node->rowsCount(), 3) << "closing does not empty it either";
+}
+
+// --- observers coming and going
+
+TEST_F(ChannelNodeTest, TheLastObserverLeavingUnregistersAndEmptiesTheList)
+{
+    const CMPath path = list("", false, true);
+    ChannelNode* node = nodeAt(path);
+    getRows(path);
+    const CMPath first = CMPath(path).addParam(QStringLiteral("view"), QStringLiteral("1"));
+    node->addRowsPath(first);
+    node->addRowsPath(path);
+    const size_t registered = pdtCalls().size();
+
+    node->removeRowsPath(first);
+    EXPECT_EQ(node->rowsCount(), 4) << "one observer still holds the list";
+    EXPECT_EQ(pdtCalls().size(), registered);
+
+    node->removeRowsPath(path);
+    EXPECT_EQ(node->rowsCount(), 0);
+    EXPECT_EQ(lastPdtCall(), "sxm_stop_pdt_notification");
+
+    node->addRowsPath(path);
+    EXPECT_EQ(idsOf(lastPdtCall()), (QStringList{"a", "b", "c"}))
+        << "opening again registers the ids of the last build";
+    EXPECT_EQ(getRows(path).rows().size(), 4);
+}
+
+// --- cut titles
+
+TEST_F(ChannelNodeTest, CutTitlesAreRewrittenInPlaceOnlyWhileSomebodyWatches)
+{
+    const CMPath path = list("pop", false, true);
+    ChannelNode* node = nodeAt(path);
+    getRows(path);
+    QStringList notices;
+    QObject::connect(&nodes.subscribe(), &CMSubscribe::changed,
+                     [&](const CMPath&, const QString& change, int) { notices << change; });
+
+    manager.on_siriusLib_pdtCuts({dueCut("a", "First")});
+    EXPECT_EQ(titles(node->rows()), (QStringList{"Title c", "Title a", "Title x"}))
+        << "nobody watches";
+    EXPECT_TRUE(notices.isEmpty());
+
+    node->addRowsPath(path);
+    manager.on_siriusLib_pdtCuts({dueCut("a", "Second"), dueCut("c", "Third")});
+    EXPECT_EQ(titles(node->rows()), (QStringList{"Artist - Third", "Artist - Second", "Title x"}));
+    EXPECT_FALSE(notices.contains(CMSubscribe::RowsChangeReset())) << "updated in place";
+    EXPECT_TRUE(notices.contains(CMSubscribe::RowsChangeUpdate()));
+}
+
+TEST_F(ChannelNodeTest, EpisodeAndXtraRowsKeepTheirTitles)
+{
+    const CMPath path = list("pop", false, true);
+    ChannelNode* node = nodeAt(path);
+    getRows(path);
+    node->addRowsPath(path);
+    // Rows of one channel under another guise: its episode and its Xtra stream.
+    MivoRoles episode = node->rows()[1];
+    episode.setTitle(QStringLiteral("An episode"))
+        .setPath(CMPath(episode.path()).addParam(MivoSiriusEpisode(), QString()));
+    node->rowsSet(0, episode);
+    MivoRoles xtra = node->rows()[1];
+    xtra.setTitle(QStringLiteral("An Xtra"))
+        .setPath(CMPath(xtra.path()).addParam(MivoSiriusXtra(), QString()));
+    node->rowsSet(2, xtra);
+
+    manager.on_siriusLib_pdtCuts({dueCut("a", "Song")});
+    EXPECT_EQ(titles(node->rows()), (QStringList{"An episode", "Artist - Song", "An Xtra"}));
+}

@@ -1,0 +1,371 @@
+#include "nodesFixtures.h"
+
+#include "logCapture.h"
+#include "nodes/favoriteNode.h"
+#include "nodes/forYouNode.h"
+#include "nodes/pdtSubNode.h"
+#include "nodes/recentNode.h"
+#include "siriusLogging.h"
+
+#include <mivosdk/MivoPaths.h>
+
+using fixtures::browseRoot;
+using fixtures::channel;
+using fixtures::NodesTest;
+
+namespace {
+
+/// A record as the library lists it; `text` is both its title and its asset guid.
+struct Record
+{
+    const char* id;
+    int type;
+    const char* text;
+    const char* category = "Music";
+};
+
+/// Delivers `records` through the callback `deliver` of the callback record, one call each.
+template <class Callback>
+std::function<void(const sxm_callbacks&)> deliver(Callback sxm_callbacks::*callback,
+                                                  std::vector<Record> records)
+{
+    return [callback, records](const sxm_callbacks& cb) {
+        for (size_t index = 0; index < records.size(); ++index) {
+            sxm_content content{};
+            content.channelId = records[index].id;
+            content.assetType = records[index].type;
+            content.title = records[index].text;
+            content.assetGuid = records[index].text;
+            content.category = records[index].category;
+            content.genre = "Pop";
+            content.genreKey = "pop";
+            (cb.*callback)(cb.context, &content, int(index));
+        }
+    };
+}
+
+MivoSiriusPdtCut dueCut(const QString& channelId, const QString& title)
+{
+    // Older than the delay after which a cut becomes current.
+    return MivoSiriusPdtCut()
+        .setChannelId(channelId)
+        .setTime(QDateTime::currentMSecsSinceEpoch() - 200000)
+        .setArtist(QStringLiteral("Artist"))
+        .setTitle(title);
+}
+
+std::string lastPdtCall()
+{
+    const auto calls = fake::library().callsSnapshot();
+    for (auto it = calls.rbegin(); it != calls.rend(); ++it) {
+        if (it->rfind("sxm_st", 0) == 0)
+            return *it;
+    }
+    return std::string();
+}
+
+MivoSiriusErrorNotification bypass(bool gupIdUnavailable, bool gupUnavailable)
+{
+    return MivoSiriusErrorNotification().setBypassStatus(
+        MivoSiriusBypassStatus()
+            .setIsGupIdUnavailable(gupIdUnavailable)
+            .setIsGupUnavailable(gupUnavailable));
+}
+
+class PersonalListsTest : public NodesTest
+{
+protected:
+    void SetUp() override
+    {
+        NodesTest::SetUp();
+        registerCallbacks();
+        QObject::connect(&nodes.subscribe(), &CMSubscribe::changed,
+                         [this](const CMPath& path, const QString& change, int) {
+                             if (change == CMSubscribe::RowsChangeReset())
+                                 resets << path;
+                         });
+    }
+    ForYouNode* forYou()
+    {
+        if (!forYouNode)
+            forYouNode = ForYouNode::create(&manager, &factory, &nodes,
+                                            browseRoot().subpath(QStringLiteral("forYou")));
+        return forYouNode;
+    }
+    FavoriteNode* favorites()
+    {
+        return qobject_cast<FavoriteNode*>(nodes.node(factory.makeFavoriteNode("Favorites", "")));
+    }
+    RecentNode* recent()
+    {
+        return qobject_cast<RecentNode*>(nodes.node(factory.makeRecentNode("Recent", "")));
+    }
+    /// The message of the error that answered the last request, checking its name and title.
+    QString errorText()
+    {
+        EXPECT_EQ(lastError.name(), QStringLiteral("SiriusXM"));
+        EXPECT_EQ(lastError.title(), CMError::DefaultTitle());
+        return lastError.message().toString();
+    }
+
+    ForYouNode* forYouNode = nullptr;
+    QList<CMPath> resets;
+};
+
+} // namespace
+
+// --- For You
+
+TEST_F(PersonalListsTest, ForYouShowsOneListPerCategoryInPlainNameOrder)
+{
+    script("sxm_get_forYouCarousel",
+           deliver(&sxm_callbacks::onForYou, {{"s1", SXM_ASSET_SHOW, "Show one", "Kids' Corner"},
+                                              {"l1", SXM_ASSET_LIVE_CHANNEL, "Live one", "Rock"},
+                                              {"e1", SXM_ASSET_EPISODE, "Episode one", "Hip Hop"},
+                                              {"s2", SXM_ASSET_SHOW, "Show two", "Kids' Corner"},
+                                              {"a1", SXM_ASSET_SHOW, "Quiet show", "acoustic"},
+                                              {"c1", SXM_ASSET_CATEGORY, "Pop", "Hip Hop"}}));
+    const QList<MivoRoles> rows = getRows(forYou()->path()).rows();
+    EXPECT_EQ(titles(rows), (QStringList{"Hip Hop", "Kids' Corner", "Rock", "acoustic"}))
+        << "plain comparison: capitals first";
+    QStringList segments;
+    for (const MivoRoles& row : rows)
+        segments << row.path().segments().last();
+    EXPECT_EQ(segments, (QStringList{"HipHop", "KidsCorner", "Rock", "acoustic"}))
+        << "spaces and apostrophes are left out of the path";
+
+    auto* kids = qobject_cast<CMListRowsNode*>(nodes.node(rows[1].path()));
+    ASSERT_NE(kids, nullptr);
+    EXPECT_EQ(titles(kids->rows()), (QStringList{"Show one", "Show two"})) << "reply order";
+    EXPECT_FALSE(kids->rows()[0].hasEntry(MivoRoles::Value()));
+    EXPECT_EQ(kids->rows()[0].path().segments().last(), QStringLiteral("onDemandEpisode"))
+        << "the rows are decorated";
+    EXPECT_EQ(qobject_cast<PdtSubNode*>(kids), nullptr) << "no live channel, no program data";
+    EXPECT_EQ(titles(qobject_cast<CMListRowsNode*>(nodes.node(rows[0].path()))->rows()),
+              (QStringList{"Episode one", "Pop"}));
+
+    auto* rock = qobject_cast<PdtSubNode*>(nodes.node(rows[2].path()));
+    ASSERT_NE(rock, nullptr) << "a category with a live channel follows what it plays";
+    EXPECT_EQ(rock->pdtChannelIds(), QStringList{"l1"});
+}
+
+TEST_F(PersonalListsTest, ForYouIsFetchedOnceAndAgainAfterAnyRefresh)
+{
+    script("sxm_get_forYouCarousel",
+           deliver(&sxm_callbacks::onForYou, {{"s1", SXM_ASSET_SHOW, "Show", "Talk"}}));
+    const CMPath path = forYou()->path();
+    getRows(path);
+    EXPECT_EQ(getRows(path).rows().size(), 1);
+    EXPECT_EQ(calls("sxm_get_forYouCarousel"), 1);
+
+    for (const auto module : {MivoSiriusModuleType::Favorites, MivoSiriusModuleType::Recents,
+                              MivoSiriusModuleType::ForYou}) {
+        resets.clear();
+        manager.on_siriusLib_refresh(module);
+        EXPECT_EQ(resets, QList<CMPath>{path})
+            << MivoSiriusModuleType::toString(module).toStdString();
+    }
+    EXPECT_EQ(getRows(path).rows().size(), 1) << "the categories are listed afresh, not added";
+    EXPECT_EQ(calls("sxm_get_forYouCarousel"), 2);
+}
+
+TEST_F(PersonalListsTest, ForYouErrorsReadDifferentlyInBypassAndTheNextRequestTriesAgain)
+{
+    result("sxm_get_forYouCarousel", 0);
+    const CMPath path = forYou()->path();
+    getRows(path);
+    EXPECT_EQ(errorText(), QStringLiteral("Error getting ForYou. Please check your internet "
+                                          "connection"));
+    manager.on_siriusLib_error(bypass(true, false));
+    getRows(path);
+    EXPECT_EQ(errorText(), QStringLiteral("ForYou currently not available"));
+    manager.on_siriusLib_error(bypass(false, true));
+    getRows(path);
+    EXPECT_EQ(errorText(), QStringLiteral("ForYou currently not available"));
+
+    result("sxm_get_forYouCarousel", 1);
+    script("sxm_get_forYouCarousel",
+           deliver(&sxm_callbacks::onForYou, {{"s1", SXM_ASSET_SHOW, "Show", "Talk"}}));
+    EXPECT_EQ(titles(getRows(path).rows()), QStringList{"Talk"});
+    EXPECT_FALSE(lastError.isError());
+}
+
+// --- Favorites
+
+TEST_F(PersonalListsTest, FavoritesComeInSectionsAndRegisterTheirLiveChannels)
+{
+    load({channel("l1", "Pop", 1),
+          channel("x1", "Pop", 2, MivoSiriusAssetType::XtraChannel).setTitle("Xtra one")});
+    manager.on_siriusLib_pdtCuts({dueCut("l1", "Song")});
+    script("sxm_get_favorites",
+           deliver(&sxm_callbacks::onFavorites, {{"l1", SXM_ASSET_EPISODE, "Episode of l1"},
+                                                 {"x1", SXM_ASSET_XTRA_CHANNEL, "x1"},
+                                                 {"l1", SXM_ASSET_LIVE_CHANNEL, "Live one"},
+                                                 {"c", SXM_ASSET_CATEGORY, "Pop"}}));
+    FavoriteNode* node = favorites();
+    const QList<MivoRoles> rows = getRows(node->path()).rows();
+    EXPECT_EQ(titles(rows), (QStringList{"Categories", "Pop", "Channels", "Xtra one",
+                                         "Artist - Song", "Episodes", "Episode of l1"}))
+        << "an episode keeps its own title though it carries its channel's id";
+    EXPECT_EQ(rows[0].type(), int(MivoRolesType::SectionHeader));
+    for (const MivoRoles& row : rows)
+        EXPECT_FALSE(row.hasEntry(MivoRoles::Value())) << row.title().toStdString();
+    EXPECT_EQ(node->pdtChannelIds(), QStringList{"l1"});
+    EXPECT_EQ(lastPdtCall(), "sxm_startPtdNotificationForChannelIds(l1;)");
+}
+
+TEST_F(PersonalListsTest, FavoritesAreFetchedAgainAfterAChange)
+{
+    script("sxm_get_favorites",
+           deliver(&sxm_callbacks::onFavorites, {{"s1", SXM_ASSET_SHOW, "Old show"}}));
+    const CMPath path = favorites()->path();
+    EXPECT_EQ(titles(getRows(path).rows()), (QStringList{"Shows", "Old show"}));
+    getRows(path);
+    EXPECT_EQ(calls("sxm_get_favorites"), 1);
+
+    script("sxm_get_favorites",
+           deliver(&sxm_callbacks::onFavorites, {{"s2", SXM_ASSET_SHOW, "New show"}}));
+    resets.clear();
+    EXPECT_TRUE(manager
+                    .updateFavorites(MivoSiriusFavorite().setChannelId("s1").setChangeType(
+                        MivoSiriusFavoriteChangeType::Removed))
+                    .result());
+    EXPECT_TRUE(resets.contains(path));
+    EXPECT_EQ(titles(getRows(path).rows()), (QStringList{"Shows", "New show"}));
+    EXPECT_EQ(calls("sxm_get_favorites"), 2);
+}
+
+TEST_F(PersonalListsTest, FavoritesErrorsReadDifferentlyInBypass)
+{
+    result("sxm_get_favorites", 0);
+    const CMPath path = favorites()->path();
+    getRows(path);
+    EXPECT_EQ(errorText(),
+              QStringLiteral("Error getting favorites. Please check your internet connection"));
+    manager.on_siriusLib_error(bypass(false, true));
+    getRows(path);
+    EXPECT_EQ(errorText(), QStringLiteral("Favorite shows currently not available"));
+    EXPECT_EQ(calls("sxm_get_favorites"), 2) << "a failed fetch is tried again";
+}
+
+TEST_F(PersonalListsTest, FavoritesUnregisterWhenTheLastObserverLeaves)
+{
+    load({channel("l1", "Pop", 1)});
+    script("sxm_get_favorites",
+           deliver(&sxm_callbacks::onFavorites, {{"l1", SXM_ASSET_LIVE_CHANNEL, "Live"}}));
+    FavoriteNode* node = favorites();
+    const CMPath path = node->path();
+    getRows(path);
+    node->addRowsPath(path);
+    node->addRowsPath(path);
+    node->removeRowsPath(path);
+    EXPECT_EQ(lastPdtCall(), "sxm_startPtdNotificationForChannelIds(l1;)");
+    node->removeRowsPath(path);
+    EXPECT_EQ(lastPdtCall(), "sxm_stop_pdt_notification");
+
+    node->addRowsPath(path);
+    EXPECT_EQ(lastPdtCall(), "sxm_startPtdNotificationForChannelIds(l1;)")
+        << "reopened, it registers what it showed";
+}
+
+// --- Recent
+
+TEST_F(PersonalListsTest, AnEmptyRecentListSaysSoAndRegistersNothing)
+{
+    RecentNode* node = recent();
+    const QList<MivoRoles> rows = getRows(node->path()).rows();
+    ASSERT_EQ(rows.size(), 1);
+    EXPECT_EQ(rows[0].title(), QStringLiteral("No recently played channels"));
+    EXPECT_EQ(rows[0].keys(), QStringList{MivoRoles::Title()}) << "a row with only a title";
+    EXPECT_TRUE(node->pdtChannelIds().isEmpty());
+    EXPECT_EQ(lastPdtCall(), "sxm_stop_pdt_notification");
+}
+
+TEST_F(PersonalListsTest, AClosedRecentListIsFetchedAfreshWhenOpenedAgain)
+{
+    script("sxm_get_recents",
+           deliver(&sxm_callbacks::onRecents, {{"e1", SXM_ASSET_EPISODE, "Episode"}}));
+    RecentNode* node = recent();
+    const CMPath path = node->path();
+    node->addRowsPath(path);
+    getRows(path);
+    getRows(path);
+    EXPECT_EQ(calls("sxm_get_recents"), 1);
+
+    sirius::test::LogCapture log(sirius::cbSiriusLogger());
+    node->removeRowsPath(path);
+    EXPECT_EQ(log.linesContaining("Recent node was closed").size(), 1u);
+    node->addRowsPath(path);
+    EXPECT_EQ(getRows(path).rows().size(), 1);
+    EXPECT_EQ(calls("sxm_get_recents"), 2);
+
+    resets.clear();
+    manager.clearRecent();
+    EXPECT_TRUE(resets.contains(path));
+    EXPECT_EQ(getRows(path).rows().size(), 1);
+    EXPECT_EQ(calls("sxm_get_recents"), 3) << "fetched again after recents were cleared";
+}
+
+TEST_F(PersonalListsTest, RecentErrorsReadDifferentlyInBypass)
+{
+    result("sxm_get_recents", 0);
+    const CMPath path = recent()->path();
+    getRows(path);
+    EXPECT_EQ(errorText(),
+              QStringLiteral("Error getting recents. Please check your internet connection"));
+    manager.on_siriusLib_error(bypass(true, false));
+    getRows(path);
+    EXPECT_EQ(errorText(), QStringLiteral("Bypass mode. Recents disabled."));
+}
+
+TEST_F(PersonalListsTest, CutTitlesChangeInPlaceExceptOnEpisodeRows)
+{
+    load({channel("a", "Pop", 1)});
+    script("sxm_get_recents",
+           deliver(&sxm_callbacks::onRecents, {{"a", SXM_ASSET_LIVE_CHANNEL, "Live a"},
+                                               {"a", SXM_ASSET_EPISODE, "Episode of a"}}));
+    RecentNode* node = recent();
+    getRows(node->path());
+    EXPECT_EQ(node->pdtChannelIds(), QStringList{"a"});
+    EXPECT_EQ(titles(node->rows()), (QStringList{"Live a", "Episode of a"}));
+
+    manager.on_siriusLib_pdtCuts({dueCut("a", "First")});
+    EXPECT_EQ(titles(node->rows()), (QStringList{"Live a", "Episode of a"})) << "nobody watches";
+
+    node->addRowsPath(node->path());
+    resets.clear();
+    manager.on_siriusLib_pdtCuts({dueCut("a", "Second")});
+    EXPECT_EQ(titles(node->rows()), (QStringList{"Artist - Second", "Episode of a"}));
+    EXPECT_TRUE(resets.isEmpty()) << "changed in place, not reloaded";
+}
+
+// --- refresh by module type
+
+TEST_F(PersonalListsTest, EachRefreshReloadsOnlyTheListsOfItsModuleType)
+{
+    const CMPath forYouPath = forYou()->path();
+    const CMPath favoritesPath = favorites()->path();
+    const CMPath recentPath = recent()->path();
+    for (const CMPath& path : {forYouPath, favoritesPath, recentPath})
+        getRows(path);
+
+    manager.on_siriusLib_refresh(MivoSiriusModuleType::Recents);
+    EXPECT_EQ(resets, (QList<CMPath>{forYouPath, recentPath}));
+    getRows(recentPath);
+    EXPECT_EQ(calls("sxm_get_recents"), 2);
+
+    resets.clear();
+    manager.on_siriusLib_refresh(MivoSiriusModuleType::Favorites);
+    EXPECT_EQ(resets.size(), 2);
+    EXPECT_TRUE(resets.contains(forYouPath));
+    EXPECT_TRUE(resets.contains(favoritesPath));
+    getRows(recentPath);
+    EXPECT_EQ(calls("sxm_get_recents"), 2) << "recents stay as they were";
+
+    sirius::test::LogCapture log(sirius::cbSiriusLogger());
+    manager.on_siriusLib_refresh(MivoSiriusModuleType::Recents);
+    EXPECT_EQ(log.linesContaining("Refresh recent").size(), 1u);
+    EXPECT_EQ(log.linesContaining("Refresh forYou").size(), 1u);
+    EXPECT_TRUE(log.linesContaining("Refresh favorites").empty());
+    EXPECT_EQ(log.linesContaining("Module: Recents").size(), 3u) << "every list notes the notice";
+}
