@@ -3,6 +3,7 @@
 
 #include <mivosdk/CMContainerNode.h>
 
+class CMListRowsNode;
 class ContentManager;
 class NodesFactory;
 
@@ -16,14 +17,18 @@ public:
     static OnDemandEpisodeNode* create(ContentManager* contentManager, NodesFactory* factory,
                                        CMNodes* nodes, const CMPath& path);
 
-    OnDemandEpisodeNode(ContentManager* contentManager, NodesFactory* factory,
-                        const CMPath& path);
+    OnDemandEpisodeNode(ContentManager* contentManager, NodesFactory* factory, const CMPath& path);
 
     static CMPath buildPath(const CMPath& path, const QString& id, const QString& icon);
 
     bool getRowsRequest(const CMGetRowsRequest& request) override;
 
 private:
+    /// The fresh list of one answer, registered and set to go away when unused.
+    CMListRowsNode* createEpisodeList(const QString& showId, const QString& showIcon,
+                                      const QList<MivoRoles>& roles);
+    CMPath uniqueListPath(const QString& showId) const;
+
     ContentManager* const m_contentManager;
     NodesFactory* const m_factory;
 };

@@ -13,8 +13,8 @@ class SearchNode : public CMQueryNode
 {
     Q_OBJECT
 public:
-    static SearchNode* create(ContentManager* contentManager, NodesFactory* factory,
-                              CMNodes* nodes, const CMPath& path);
+    static SearchNode* create(ContentManager* contentManager, NodesFactory* factory, CMNodes* nodes,
+                              const CMPath& path);
 
     SearchNode(ContentManager* contentManager, NodesFactory* factory, const CMPath& path);
 

@@ -1,0 +1,208 @@
+#include "nodesFixtures.h"
+
+#include "nodes/onDemandNode.h"
+
+#include <mivosdk/CMListRowsNode.h>
+#include <mivosdk/CMUnusedNodeTimer.h>
+#include <mivosdk/MivoPaths.h>
+
+using fixtures::channel;
+using fixtures::NodesTest;
+
+namespace {
+
+sxm_content libraryRecord(const char* channelId, int type, const char* title, const char* guid)
+{
+    sxm_content content{};
+    content.channelId = channelId;
+    content.assetType = type;
+    content.title = title;
+    content.assetGuid = guid;
+    content.genre = "Pop";
+    return content;
+}
+
+/// The shows of the line-up below, in the service's order (all of one sort order, so titles
+/// decide the order and the channels alternate A, A, B, A).
+void scriptShows(const sxm_callbacks& cb)
+{
+    sxm_content shows[] = {libraryRecord("a", SXM_ASSET_SHOW, "1 Morning", "show-1"),
+                           libraryRecord("a", SXM_ASSET_SHOW, "2 Noon", "show-2"),
+                           libraryRecord("b", SXM_ASSET_SHOW, "3 Evening", "show-3"),
+                           libraryRecord("a", SXM_ASSET_SHOW, "4 Night", "show-4")};
+    for (int i = 0; i < 4; ++i)
+        cb.onShows(cb.context, &shows[i], 1, i);
+    cb.onShows(cb.context, nullptr, 0, 4);
+}
+
+/// Two episodes of one show: the first with a logo of its own, the second without.
+void scriptEpisodes(const sxm_callbacks& cb)
+{
+    sxm_logo logo{"image", "episode.png", 100, 100};
+    sxm_content episodes[] = {libraryRecord("a", SXM_ASSET_EPISODE, "Part 1", "ep-1"),
+                              libraryRecord("a", SXM_ASSET_EPISODE, "Part 2", "ep-2")};
+    episodes[0].logos = &logo;
+    episodes[0].logoCount = 1;
+    cb.onEpisodes(cb.context, "show-1", episodes, 2);
+}
+
+class OnDemandNodesTest : public NodesTest
+{
+protected:
+    void SetUp() override
+    {
+        NodesTest::SetUp();
+        registerCallbacks();
+        load({channel("a", "Pop", 1).setSortOrder(5), channel("b", "Pop", 2).setSortOrder(5)});
+    }
+    CMPath episodesOf(const QString& showId, const QString& icon)
+    {
+        return factory.makeOnDemandEpisodeNode(showId, icon);
+    }
+};
+
+} // namespace
+
+TEST_F(OnDemandNodesTest, ShowsGroupUnderTheirChannelEachTimeTheChannelChanges)
+{
+    script("sxm_getShows", scriptShows);
+    const CMPath path = factory.makeOnDemandNode("Pop shows", "pop.png", "pop", "");
+    const MivoRowsRoles answer = getRows(path);
+    EXPECT_FALSE(lastError.isError()) << lastError.toString().toStdString();
+    EXPECT_EQ(titles(answer.rows()), (QStringList{"Title a", "1 Morning", "2 Noon", "Title b",
+                                                  "3 Evening", "Title a", "4 Night"}));
+    EXPECT_EQ(answer.total(), -1) << "the list announces no total";
+    for (int header : {0, 3, 5})
+        EXPECT_EQ(answer.rows()[header].type(), int(MivoRolesType::SectionHeader));
+
+    const MivoRoles show = answer.rows()[1];
+    EXPECT_FALSE(show.hasEntry(MivoRoles::Value())) << "a row does not carry the whole record";
+    EXPECT_EQ(show.path().segments().last(), QStringLiteral("onDemandEpisode"));
+    EXPECT_EQ(show.path().param("id"), QStringLiteral("show-1"));
+    const CMPath menu = show.context().path();
+    EXPECT_EQ(menu.param(MivoSiriusContent::Title()), QStringLiteral("1 Morning"));
+    EXPECT_EQ(menu.param(MivoSiriusContent::ChannelId()), QStringLiteral("a"));
+    EXPECT_EQ(menu.param(MivoSiriusContent::AssetGuid()), QStringLiteral("show-1"));
+    EXPECT_EQ(menu.param(MivoSiriusContent::AssetType()),
+              MivoSiriusAssetType::toString(MivoSiriusAssetType::Show));
+
+    EXPECT_EQ(titles(getRows(path, 3, 2).rows()), (QStringList{"Title b", "3 Evening"}))
+        << "pages come from the stored rows";
+    EXPECT_EQ(calls("sxm_getShows(pop,)"), 1) << "the list is fetched once for the node's life";
+}
+
+TEST_F(OnDemandNodesTest, AGenreWithoutShowsHasOnePlaceholderRow)
+{
+    script("sxm_getShows", [](const sxm_callbacks& cb) { cb.onShows(cb.context, nullptr, 0, 0); });
+    const QList<MivoRoles> rows = getRows(factory.makeOnDemandNode("Talk", "", "talk", "")).rows();
+    ASSERT_EQ(rows.size(), 1);
+    EXPECT_EQ(rows[0].title(), QStringLiteral("No shows available"));
+    EXPECT_EQ(rows[0].type(), int(MivoRolesType::Placeholder));
+}
+
+TEST_F(OnDemandNodesTest, AFailedListingIsAnsweredWithItsErrorAndAskedAgainNextTime)
+{
+    result("sxm_getShows", 0);
+    const CMPath path = factory.makeOnDemandNode("Shows of a", "", "", "a");
+    getRows(path);
+    EXPECT_TRUE(lastError.isError());
+    EXPECT_EQ(calls("sxm_getShows(,a)"), 1);
+
+    result("sxm_getShows", 1);
+    script("sxm_getShows", scriptShows);
+    EXPECT_EQ(getRows(path).rows().size(), 7) << "an error is not kept as an empty list";
+    EXPECT_FALSE(lastError.isError());
+    EXPECT_EQ(calls("sxm_getShows(,a)"), 2);
+}
+
+TEST_F(OnDemandNodesTest, AnAnswerForANodeLoadedMeanwhileAddsNothing)
+{
+    const CMPath path = factory.makeOnDemandNode("Pop", "", "pop", "");
+    auto* node = qobject_cast<OnDemandNode*>(nodes.node(path));
+    ASSERT_NE(node, nullptr);
+    const MivoRoles earlier = manager.contentToRoles(
+        channel("a", "Pop", 1, MivoSiriusAssetType::Show).setTitle("Earlier answer"), false);
+    script("sxm_getShows", [&](const sxm_callbacks& cb) {
+        // Another request's answer lands while the library lists the shows for this one.
+        node->storeRoles({earlier});
+        scriptShows(cb);
+    });
+    EXPECT_EQ(titles(getRows(path).rows()), (QStringList{"Title a", "Earlier answer"}));
+    EXPECT_EQ(titles(getRows(path).rows()), (QStringList{"Title a", "Earlier answer"}));
+    EXPECT_EQ(calls("sxm_getShows(pop,)"), 1) << "a loaded node does not ask again";
+}
+
+TEST_F(OnDemandNodesTest, ALinkToTheShowsShowsTheTitleAndIconItCarries)
+{
+    const CMPath path = factory.makeOnDemandNode("OnDemand", "od.png", "", "a");
+    auto* node = qobject_cast<OnDemandNode*>(nodes.node(path));
+    ASSERT_NE(node, nullptr);
+    node->setDescription(TrString("Shows of a"));
+    const MivoRoles link = nodes.resolveLink(MivoRoles().setPath(path));
+    EXPECT_EQ(link.title(), QStringLiteral("OnDemand"));
+    EXPECT_EQ(link.icon(), QStringLiteral("od.png"));
+    EXPECT_EQ(link.description(), QStringLiteral("Shows of a")) << "the rest is the node's own";
+    EXPECT_TRUE(nodes.resolveLink(MivoRoles().setPath(path.withoutParams())).title().isEmpty());
+}
+
+TEST_F(OnDemandNodesTest, EpisodesRedirectToAFreshListThatGoesWhenUnused)
+{
+    script("sxm_getEpisodes", scriptEpisodes);
+    const CMPath path = episodesOf("show-1", "show.png");
+    const MivoRowsRoles first = getRows(path);
+    const MivoRowsRoles second = getRows(path);
+    ASSERT_TRUE(first.isRedirect()) << lastError.toString().toStdString();
+    ASSERT_TRUE(second.isRedirect());
+    EXPECT_NE(first.rowsRedirect(), second.rowsRedirect())
+        << "every answer has a list of its own, even within one millisecond";
+    EXPECT_EQ(calls("sxm_getEpisodes(show-1)"), 2);
+
+    const CMPath list = first.rowsRedirect();
+    EXPECT_EQ(list.segments().mid(0, list.segments().size() - 1),
+              path.withoutParams().subpath("show-1").segments());
+    bool isNumber = false;
+    list.segments().last().toLongLong(&isNumber);
+    EXPECT_TRUE(isNumber) << "the last segment is a time stamp";
+
+    auto* node = qobject_cast<CMListRowsNode*>(nodes.node(list));
+    ASSERT_NE(node, nullptr);
+    EXPECT_EQ(node->parent(), &nodes) << "owned by the registry";
+    // The unused-node timer deletes the list ten seconds after its last use (while nobody holds
+    // it open); that time is the SDK's to keep, what matters here is that every list has one.
+    EXPECT_EQ(node->findChildren<CMUnusedNodeTimer*>().size(), 1);
+    EXPECT_NE(nodes.node(second.rowsRedirect()), node);
+    EXPECT_EQ(nodes.node(second.rowsRedirect())->findChildren<CMUnusedNodeTimer*>().size(), 1);
+}
+
+TEST_F(OnDemandNodesTest, EpisodesKeepTheirOwnIconOrTakeTheShowsAndGetAMenu)
+{
+    script("sxm_getEpisodes", scriptEpisodes);
+    const CMPath list = getRows(episodesOf("show-1", "show.png")).rowsRedirect();
+    const QList<MivoRoles> rows = getRows(list).rows();
+    ASSERT_EQ(titles(rows), (QStringList{"Part 1", "Part 2"}));
+    EXPECT_EQ(rows[0].icon(), QStringLiteral("episode.png"));
+    EXPECT_EQ(rows[1].icon(), QStringLiteral("show.png"));
+    EXPECT_FALSE(rows[0].hasEntry(MivoRoles::Value()));
+    const CMPath menu = rows[1].context().path();
+    EXPECT_EQ(menu.param(MivoSiriusContent::AssetGuid()), QStringLiteral("ep-2"));
+    EXPECT_EQ(menu.param(MivoSiriusContent::ChannelId()), QStringLiteral("a"));
+    EXPECT_EQ(menu.param(MivoSiriusContent::Title()), QStringLiteral("Part 2"));
+    EXPECT_EQ(menu.param(MivoSiriusContent::AssetType()),
+              MivoSiriusAssetType::toString(MivoSiriusAssetType::Episode));
+    EXPECT_TRUE(rows[0].path().hasParam(MivoSiriusEpisode())) << "still playable as an episode";
+}
+
+TEST_F(OnDemandNodesTest, EpisodeErrorsAndRequestsWithoutAShowAreAnsweredWithAnError)
+{
+    result("sxm_getEpisodes", 0);
+    const MivoRowsRoles failed = getRows(episodesOf("show-1", ""));
+    EXPECT_TRUE(lastError.isError());
+    EXPECT_FALSE(failed.isRedirect());
+
+    const QList<CMPath> before = nodes.paths();
+    getRows(episodesOf("", "show.png"));
+    EXPECT_EQ(lastError.name(), QStringLiteral("SiriusXM"));
+    EXPECT_TRUE(lastError.message().toString().startsWith("No show named in"));
+    EXPECT_EQ(calls("sxm_getEpisodes()"), 0) << "nothing is asked without a show";
+    EXPECT_EQ(nodes.paths().size(), before.size()) << "no list is made for an error";
+}

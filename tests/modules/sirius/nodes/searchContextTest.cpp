@@ -1,0 +1,194 @@
+#include "nodesFixtures.h"
+
+#include "nodes/contextNode.h"
+#include "nodes/pdtSubNode.h"
+#include "nodes/searchNode.h"
+
+#include "logCapture.h"
+#include "siriusLogging.h"
+
+#include <mivosdk/CMUnusedNodeTimer.h>
+#include <mivosdk/MivoPaths.h>
+
+using fixtures::browseRoot;
+using fixtures::channel;
+using fixtures::NodesTest;
+
+namespace {
+
+sxm_content libraryRecord(const char* channelId, int type, const char* title)
+{
+    sxm_content content{};
+    content.channelId = channelId;
+    content.assetType = type;
+    content.title = title;
+    content.assetGuid = title;
+    content.genre = "Jazz";
+    content.genreKey = "jazz";
+    return content;
+}
+
+/// One of each kind, in an order that is not the sections' order.
+void scriptResults(const sxm_callbacks& cb)
+{
+    sxm_content results[] = {libraryRecord("live", SXM_ASSET_EPISODE, "An episode"),
+                             libraryRecord("live", SXM_ASSET_SHOW, "A show"),
+                             libraryRecord("live", SXM_ASSET_LIVE_CHANNEL, "Live"),
+                             libraryRecord("", SXM_ASSET_CATEGORY, "Jazz category")};
+    for (int i = 0; i < 4; ++i)
+        cb.onSearch(cb.context, &results[i], i);
+}
+
+void scriptFavorites(const sxm_callbacks& cb)
+{
+    sxm_content favorite = libraryRecord("live", SXM_ASSET_LIVE_CHANNEL, "Live");
+    cb.onFavorites(cb.context, &favorite, 0);
+}
+
+QStringList segmentsBelowRoot(const CMPath& path)
+{
+    return path.segments().mid(browseRoot().segments().size());
+}
+
+class SearchContextTest : public NodesTest
+{
+protected:
+    void SetUp() override
+    {
+        NodesTest::SetUp();
+        registerCallbacks();
+        load({channel("live", "Jazz", 1), channel("quiet", "Jazz", 2)});
+    }
+    /// Runs one search and answers the result list's path (empty after an error).
+    CMPath search(const QVariant& value)
+    {
+        const CMSetDataRequest request(searchNode->path(), MivoRoles::Value(), value);
+        searchNode->setDataRequest(request);
+        EXPECT_TRUE(testsupport::waitUntil([&] { return request.reply().isFinished(); }));
+        lastError = request.reply().error();
+        return CMPath::fromEncoded(request.reply().result().toString());
+    }
+    QList<MivoRoles> menu(const CMPath& path) { return getRows(path).rows(); }
+
+    SearchNode* searchNode =
+        SearchNode::create(&manager, &factory, &nodes, browseRoot().subpath("search"));
+};
+
+} // namespace
+
+TEST_F(SearchContextTest, EachSearchGetsAFreshNumberedResultListInSections)
+{
+    script("sxm_search", scriptResults);
+    manager.on_siriusLib_pdtCuts({MivoSiriusPdtCut()
+                                      .setChannelId("live")
+                                      .setTime(QDateTime::currentMSecsSinceEpoch() - 200000)
+                                      .setArtist("Artist")
+                                      .setTitle("Song")});
+    sirius::test::LogCapture log(sirius::cbSiriusLogger());
+    const CMPath first = search(QStringLiteral("jazz"));
+    ASSERT_FALSE(lastError.isError()) << lastError.toString().toStdString();
+    EXPECT_EQ(log.linesContaining("Search value: jazz").size(), 1u);
+    EXPECT_EQ(calls("sxm_search(jazz)"), 1);
+    EXPECT_EQ(segmentsBelowRoot(first), (QStringList{"search", "0"}));
+
+    const QList<MivoRoles> rows = getRows(first).rows();
+    EXPECT_EQ(titles(rows), (QStringList{"Categories", "Jazz", "Channels", "Artist - Song", "Shows",
+                                         "A show", "Episodes", "An episode"}));
+    EXPECT_EQ(rows[0].type(), int(MivoRolesType::SectionHeader));
+    EXPECT_EQ(segmentsBelowRoot(rows[5].path()), QStringList{"onDemandEpisode"})
+        << "a show found opens its episodes";
+
+    auto* results = qobject_cast<PdtSubNode*>(nodes.node(first));
+    ASSERT_NE(results, nullptr);
+    EXPECT_EQ(results->pdtChannelIds(), QStringList{"live"});
+    EXPECT_EQ(results->parent(), &nodes) << "owned by the registry";
+    // The unused-node timer removes the list ten seconds after its last use; that time is the
+    // SDK's to keep, what matters here is that every result list has one.
+    EXPECT_EQ(results->findChildren<CMUnusedNodeTimer*>().size(), 1);
+
+    const CMPath second = search(MivoValue().setString("jazz").__variant());
+    EXPECT_EQ(segmentsBelowRoot(second), (QStringList{"search", "1"}))
+        << "a text sent as a host value is read the same";
+    EXPECT_EQ(calls("sxm_search(jazz)"), 2);
+    EXPECT_EQ(nodes.node(first), results) << "an earlier list lives on until its timer ends it";
+    EXPECT_NE(nodes.node(second), results);
+}
+
+TEST_F(SearchContextTest, ALiveChannelOffersTheFavoriteActionAndItsShows)
+{
+    script("sxm_get_favorites", scriptFavorites);
+    const QString live = MivoSiriusAssetType::toString(MivoSiriusAssetType::LiveChannel);
+    const CMPath quietMenu = factory.makeContextNode("Quiet", "quiet", "guid-quiet", live);
+    const QList<MivoRoles> rows = menu(quietMenu);
+    ASSERT_EQ(titles(rows), (QStringList{"Add to favorites", "OnDemand"}))
+        << lastError.toString().toStdString();
+
+    EXPECT_EQ(rows[0].type(), int(MivoRolesType::Action));
+    EXPECT_EQ(rows[0].path().withoutParams(), MivoSiriusFavoritePath());
+    EXPECT_EQ(rows[0].path().params(), quietMenu.params())
+        << "the action names the item by the menu's parameters";
+
+    EXPECT_EQ(rows[1].type(), int(MivoRolesType::Container));
+    EXPECT_EQ(segmentsBelowRoot(rows[1].path()),
+              (QStringList{"onDemand", "genre:all", "channelId:quiet"}));
+    EXPECT_EQ(rows[1].path().param(MivoRoles::Title()), QStringLiteral("OnDemand"));
+    EXPECT_EQ(rows[1].path().param(MivoRoles::Icon()), MivoService_SiriusOnDemand_Icon());
+    EXPECT_NE(nodes.node(rows[1].path()), nullptr) << "the link leads to a node";
+
+    EXPECT_EQ(titles(menu(factory.makeContextNode("Live", "live", "guid-live", live))),
+              (QStringList{"Remove from favorites", "OnDemand"}));
+}
+
+TEST_F(SearchContextTest, ShowsEpisodesAndXtraChannelsOfferOnlyTheFavoriteAction)
+{
+    script("sxm_get_favorites", scriptFavorites);
+    for (auto type : {MivoSiriusAssetType::Show, MivoSiriusAssetType::Episode,
+                      MivoSiriusAssetType::XtraChannel}) {
+        const QString typeText = MivoSiriusAssetType::toString(type);
+        EXPECT_EQ(titles(menu(factory.makeContextNode("Item", "quiet", "guid", typeText))),
+                  QStringList{"Add to favorites"})
+            << typeText.toStdString();
+    }
+    EXPECT_EQ(titles(menu(factory.makeContextNode("Item", "live", "guid", "Nonsense"))),
+              QStringList{"Remove from favorites"})
+        << "an unknown asset type offers no shows";
+}
+
+TEST_F(SearchContextTest, ACategoryOffersOnlyItsShows)
+{
+    const QList<MivoRoles> rows = menu(factory.makeContextNode(
+        "jazz", "", "", MivoSiriusAssetType::toString(MivoSiriusAssetType::Category)));
+    ASSERT_EQ(titles(rows), QStringList{"OnDemand"});
+    EXPECT_EQ(segmentsBelowRoot(rows[0].path()),
+              (QStringList{"onDemand", "genre:jazz", "channelId:all"}))
+        << "a category's menu title is its genre key";
+    EXPECT_EQ(calls("sxm_get_favorites"), 0) << "no channel, no favorites to ask";
+}
+
+TEST_F(SearchContextTest, TheRecentListsMenuOnlyClearsWhateverElseThePathCarries)
+{
+    CMPath path = factory.makeRecentContextNode();
+    path.addParam(MivoSiriusContent::ChannelId(), "live")
+        .addParam(MivoSiriusContent::AssetType(),
+                  MivoSiriusAssetType::toString(MivoSiriusAssetType::LiveChannel));
+    const QList<MivoRoles> rows = menu(path);
+    ASSERT_EQ(titles(rows), QStringList{"Clear recently played content"});
+    EXPECT_EQ(rows[0].path(), MivoSiriusClearRecentsPath());
+    EXPECT_EQ(rows[0].type(), int(MivoRolesType::Action));
+    EXPECT_EQ(calls("sxm_get_favorites"), 0);
+}
+
+TEST_F(SearchContextTest, FailedQueriesAreAnsweredWithTheirErrorAndMakeNoList)
+{
+    result("sxm_search", 0);
+    const QList<CMPath> before = nodes.paths();
+    EXPECT_TRUE(search(QStringLiteral("jazz")).isEmpty());
+    EXPECT_EQ(lastError.message().toString(), QStringLiteral("sxm_search failed"));
+    EXPECT_EQ(nodes.paths().size(), before.size());
+
+    result("sxm_get_favorites", 0);
+    fake::library().error = "Service unavailable";
+    menu(factory.makeContextNode("Live", "live", "guid-live",
+                                 MivoSiriusAssetType::toString(MivoSiriusAssetType::LiveChannel)));
+    EXPECT_EQ(lastError.message().toString(), QStringLiteral("Service unavailable"));
+}
