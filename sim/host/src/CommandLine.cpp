@@ -212,6 +212,16 @@ Commands:
   idle SECONDS               set the system idle time
   wait SECONDS               let time pass (output goes on), for scripts and the shell
   messages                   the pop-ups shown so far in this process
+  setting PATH [JSON]        read, or write as the device's settings screen would, a value of
+                             the host's value tree, e.g. setting /settings/sirius/tuneStart
+                             '{"type":1,"value":false}'
+  burst PATH...              send a rows request for every PATH at once; print each answer as
+                             it arrives (the order the module answered in)
+  service fault JSON | service ACTION | service requests ENDPOINT
+                             act on the embedded service: merge a fault patch, run an admin
+                             action (endPlayback, changeFavorites, changeRecents, exhaustSkips,
+                             expireSessions, reset), or list the requests an endpoint answered
+                             since the last look
   run SCRIPT                 run the commands in SCRIPT (one a line, # comments) in one process
   shell                      interactive: numbered rows, open N, back, play N, pause, next,
                              previous, golive, favorite N, search TEXT, messages, quit, help

@@ -3,6 +3,8 @@
 #ifdef MIVO_HOST_EMBEDDED_SERVICE
 #include <sxmservice/Server.h>
 
+#include <nlohmann/json.hpp>
+
 #include <stdexcept>
 #endif
 
@@ -66,4 +68,91 @@ QString EmbeddedService::configUrl() const
         return QString::fromStdString(d->server->configUrl());
 #endif
     return QString();
+}
+
+namespace {
+
+bool notRunning(QString* error)
+{
+    *error = QStringLiteral("The embedded service is not running");
+    return false;
+}
+
+} // namespace
+
+bool EmbeddedService::mergeFaults(const QByteArray& patch, QByteArray* faults, QString* error)
+{
+#ifdef MIVO_HOST_EMBEDDED_SERVICE
+    if (!d->server)
+        return notRunning(error);
+    const nlohmann::json json = nlohmann::json::parse(patch.toStdString(), nullptr, false);
+    if (json.is_discarded() || !json.is_object()) {
+        *error = QStringLiteral("A fault patch is a JSON object, e.g. {\"cutShiftMs\": 160000}");
+        return false;
+    }
+    if (const auto refused = d->server->faults().merge(json)) {
+        *error = QString::fromStdString(*refused);
+        return false;
+    }
+    *faults =
+        QByteArray::fromStdString(sxm::service::toJson(d->server->faults().snapshot()).dump());
+    return true;
+#else
+    Q_UNUSED(patch);
+    Q_UNUSED(faults);
+    return notRunning(error);
+#endif
+}
+
+bool EmbeddedService::runAction(const QString& action, QString* error)
+{
+#ifdef MIVO_HOST_EMBEDDED_SERVICE
+    if (!d->server)
+        return notRunning(error);
+    const std::string user = demoUser().toStdString();
+    if (action == QLatin1String("endPlayback"))
+        d->server->endPlayback();
+    else if (action == QLatin1String("changeFavorites"))
+        d->server->changeFavoritesElsewhere(user);
+    else if (action == QLatin1String("changeRecents"))
+        d->server->changeRecentsElsewhere(user);
+    else if (action == QLatin1String("exhaustSkips"))
+        d->server->exhaustSkips();
+    else if (action == QLatin1String("expireSessions"))
+        d->server->expireSessions();
+    else if (action == QLatin1String("reset"))
+        d->server->reset();
+    else {
+        *error = QStringLiteral("Unknown service action \"%1\" (endPlayback, changeFavorites, "
+                                "changeRecents, exhaustSkips, expireSessions, reset)")
+                     .arg(action);
+        return false;
+    }
+    return true;
+#else
+    Q_UNUSED(action);
+    return notRunning(error);
+#endif
+}
+
+bool EmbeddedService::takeRequests(const QString& endpoint, QStringList* requests, QString* error)
+{
+#ifdef MIVO_HOST_EMBEDDED_SERVICE
+    if (!d->server)
+        return notRunning(error);
+    if (sxm::service::endpointNames().count(endpoint.toStdString()) == 0) {
+        *error = QStringLiteral("Unknown endpoint name \"%1\" (see docs/service-api.md, Faults "
+                                "and admin)")
+                     .arg(endpoint);
+        return false;
+    }
+    requests->clear();
+    for (const std::string& request : d->server->takeRequests(endpoint.toStdString()))
+        requests->append(QString::fromStdString(request));
+    return true;
+#else
+    Q_UNUSED(endpoint);
+    Q_UNUSED(requests);
+    return notRunning(error);
+#endif
 }

@@ -1,7 +1,9 @@
 #pragma once
 // Thread contract: main thread only (start and stop belong to the owner).
 
+#include <QByteArray>
 #include <QString>
+#include <QStringList>
 #include <memory>
 
 /// The simulated SiriusXM service, run inside mivo-host on a free loopback port when no
@@ -21,6 +23,17 @@ public:
     /// The service's demo account.
     static QString demoUser();
     static QString demoPassword();
+
+    // What the service's admin endpoints do (docs/service-api.md), for the `service` command.
+    /// Merges a fault patch, the JSON of POST /admin/faults; `faults` receives the faults then in
+    /// force. A refused patch changes nothing: false with `error` set.
+    bool mergeFaults(const QByteArray& patch, QByteArray* faults, QString* error);
+    /// endPlayback, changeFavorites, changeRecents (both for the demo account), exhaustSkips,
+    /// expireSessions or reset; false with `error` set for another name.
+    bool runAction(const QString& action, QString* error);
+    /// The requests the service answered on `endpoint` since the last call, oldest first; false
+    /// with `error` set for an unknown endpoint name.
+    bool takeRequests(const QString& endpoint, QStringList* requests, QString* error);
 
 private:
     struct Impl;

@@ -22,8 +22,10 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
+#include <QJsonDocument>
 #include <QTimer>
 #include <chrono>
+#include <memory>
 
 namespace {
 
@@ -567,6 +569,9 @@ const QHash<QString, Session::Command>& Session::commands()
         {QStringLiteral("messages"), &Session::cmdMessages},
         {QStringLiteral("run"), &Session::cmdRun},
         {QStringLiteral("demo"), &Session::cmdDemo},
+        {QStringLiteral("setting"), &Session::cmdSetting},
+        {QStringLiteral("burst"), &Session::cmdBurst},
+        {QStringLiteral("service"), &Session::cmdService},
     };
     return table;
 }
@@ -982,4 +987,137 @@ bool Session::cmdDemo(const CommandArgs& args)
     m_output.note(QStringLiteral("== pop-ups so far =="));
     cmdMessages(CommandArgs({QStringLiteral("messages")}));
     return played;
+}
+
+bool Session::cmdSetting(const CommandArgs& args)
+{
+    if (!checkArgs(args, 1, -1, {}, QStringLiteral("setting PATH [JSON]")))
+        return false;
+    CMPath path;
+    if (!parsePath(args.arg(0), &path))
+        return false;
+    if (args.positional().size() > 1) {
+        QVariant value;
+        QString error;
+        if (!jsonvalues::parse(args.restFrom(1), &value, &error)) {
+            reportError(QStringLiteral("Usage"), error);
+            return false;
+        }
+        // As the device's own settings screen would: the module hears of it through the value
+        // tree, not through a request.
+        m_root.setValue(path, value);
+    }
+    const QJsonValue json = jsonvalues::toJson(m_root.getValue(path));
+    m_output.item(
+        QStringLiteral("setting"),
+        QJsonObject{{QStringLiteral("path"), path.toEncoded()}, {QStringLiteral("value"), json}},
+        QStringLiteral("%1 = %2").arg(path.toEncoded(), jsonvalues::compact(json)));
+    return true;
+}
+
+bool Session::cmdBurst(const CommandArgs& args)
+{
+    if (!checkArgs(args, 1, -1, {}, QStringLiteral("burst PATH...")))
+        return false;
+    QList<CMPath> paths;
+    for (const QString& text : args.positional()) {
+        CMPath path;
+        if (!parsePath(text, &path))
+            return false;
+        paths << path;
+    }
+    if (!ensureWorker())
+        return false;
+    // Every request is handed over before the first answer can be read, so the module holds
+    // them all at once; the answers are printed in the order they complete. The tally is shared
+    // with the continuations, which may outlive this command when it is interrupted.
+    struct Tally
+    {
+        int answered = 0;
+        bool allSucceeded = true;
+    };
+    const auto tally = std::make_shared<Tally>();
+    QList<CMGetRowsRequest> requests;
+    for (const CMPath& path : paths) {
+        CMGetRowsRequest rows(path, 0, -1);
+        rows.reply().onFinished(this, [this, path, tally](const CMReply<QVariant>& reply) {
+            ++tally->answered;
+            QJsonObject answer{{QStringLiteral("path"), path.toEncoded()},
+                               {QStringLiteral("order"), tally->answered}};
+            QString text = QStringLiteral("%1. %2 ").arg(tally->answered).arg(path.toEncoded());
+            if (reply.isSucceeded()) {
+                QJsonArray rows;
+                for (const MivoRoles& row : MivoRowsRoles(reply.result().toHash()).rows())
+                    rows.append(Output::rowJson(row));
+                answer.insert(QStringLiteral("rows"), rows);
+                text += QStringLiteral("answered, %1 rows").arg(rows.size());
+            } else {
+                tally->allSucceeded = false;
+                const QString message = reply.error().message().toString();
+                answer.insert(QStringLiteral("error"), message);
+                text += QStringLiteral("failed: %1").arg(message);
+            }
+            m_output.item(QStringLiteral("burst"), answer, text);
+        });
+        requests << rows;
+    }
+    for (const CMGetRowsRequest& rows : requests)
+        m_worker->send(rows);
+    const int expected = requests.size();
+    waitUntil([&tally, expected] { return tally->answered == expected; });
+    return tally->allSucceeded;
+}
+
+bool Session::cmdService(const CommandArgs& args)
+{
+    const QString usage =
+        QStringLiteral("service fault JSON | service ACTION | service requests ENDPOINT");
+    if (!checkArgs(args, 1, -1, {}, usage) || !ensureWorker())
+        return false;
+    if (!m_service) {
+        reportError(QStringLiteral("Service"),
+                    QStringLiteral("The service command acts on the embedded service; this run "
+                                   "uses --service %1")
+                        .arg(m_options.serviceUrl));
+        return false;
+    }
+    const QString what = args.arg(0);
+    QString error;
+    if (what == QLatin1String("fault")) {
+        QByteArray faults;
+        if (args.positional().size() < 2 ||
+            !m_service->mergeFaults(args.restFrom(1).toUtf8(), &faults, &error)) {
+            reportError(QStringLiteral("Service"), error.isEmpty() ? usage : error);
+            return false;
+        }
+        const QJsonObject json = QJsonDocument::fromJson(faults).object();
+        m_output.item(QStringLiteral("service"), QJsonObject{{QStringLiteral("faults"), json}},
+                      QStringLiteral("Faults: %1").arg(QString::fromUtf8(faults)));
+        return true;
+    }
+    if (what == QLatin1String("requests")) {
+        QStringList requests;
+        if (args.positional().size() != 2 ||
+            !m_service->takeRequests(args.arg(1), &requests, &error)) {
+            reportError(QStringLiteral("Service"), error.isEmpty() ? usage : error);
+            return false;
+        }
+        QStringList text{
+            QStringLiteral("%1 request(s) on %2").arg(requests.size()).arg(args.arg(1))};
+        for (const QString& request : requests)
+            text << QStringLiteral("  ") + request;
+        m_output.item(
+            QStringLiteral("service"),
+            QJsonObject{{QStringLiteral("endpoint"), args.arg(1)},
+                        {QStringLiteral("requests"), QJsonArray::fromStringList(requests)}},
+            text.join(QLatin1Char('\n')));
+        return true;
+    }
+    if (args.positional().size() != 1 || !m_service->runAction(what, &error)) {
+        reportError(QStringLiteral("Service"), error.isEmpty() ? usage : error);
+        return false;
+    }
+    m_output.item(QStringLiteral("service"), QJsonObject{{QStringLiteral("action"), what}},
+                  QStringLiteral("Service: %1 done").arg(what));
+    return true;
 }

@@ -112,6 +112,9 @@ private:
     bool cmdMessages(const CommandArgs& args);
     bool cmdRun(const CommandArgs& args);
     bool cmdDemo(const CommandArgs& args);
+    bool cmdSetting(const CommandArgs& args);
+    bool cmdBurst(const CommandArgs& args);
+    bool cmdService(const CommandArgs& args);
 
     bool checkArgs(const CommandArgs& args, int minimum, int maximum, const QStringList& options,
                    const QString& usage);

@@ -82,6 +82,18 @@ void action(Call& call)
     }
 }
 
+void requests(Call& call)
+{
+    const std::string endpoint = call.req.get_param_value("endpoint");
+    if (endpointNames().count(endpoint) == 0) {
+        call.fail(400, errors::kBadRequest, "BAD_REQUEST",
+                  "Give a known endpoint name: /admin/requests?endpoint=NAME, not \"" + endpoint +
+                      "\"");
+        return;
+    }
+    call.reply({{"endpoint", endpoint}, {"requests", call.ctx.requests.take(endpoint)}});
+}
+
 void plaintext(Call& call)
 {
     const auto kind = streamKindFromText(call.req.matches[1].str());
@@ -113,6 +125,7 @@ void registerAdminRoutes(httplib::Server& server, ServiceContext& ctx)
     addRoute(server, ctx, Method::Post, "/admin/reset", "", Access::Public, reset);
     addRoute(server, ctx, Method::Post, R"(/admin/actions/([A-Za-z]+))", "", Access::Public,
              action);
+    addRoute(server, ctx, Method::Get, "/admin/requests", "", Access::Public, requests);
     addRoute(server, ctx, Method::Get,
              R"(/admin/plaintext/([a-z]+)/([^/]+)/(\d{1,3})/(-?\d{1,15}))", "", Access::Public,
              plaintext);

@@ -122,6 +122,9 @@ void addRoute(httplib::Server& server, ServiceContext& ctx, Method method,
     auto run = [&ctx, endpoint, access, handler = std::move(handler)](const httplib::Request& req,
                                                                       httplib::Response& res) {
         Call call{ctx, req, res, nullptr, ctx.nowMs(), ctx.baseUrl()};
+        if (!endpoint.empty()) {
+            ctx.requests.record(endpoint, req.method, req.target, req.body);
+        }
         try {
             if (!endpoint.empty() && applyEndpointFault(call, endpoint)) {
                 return;

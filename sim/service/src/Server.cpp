@@ -202,4 +202,9 @@ void Server::reset()
     admin::resetService(impl_->ctx);
 }
 
+std::vector<std::string> Server::takeRequests(const std::string& endpoint)
+{
+    return impl_->ctx.requests.take(endpoint);
+}
+
 } // namespace sxm::service

@@ -5,6 +5,7 @@
 #include "Accounts.h"
 #include "AudioLibrary.h"
 #include "Crypto.h"
+#include "RequestLog.h"
 #include "Sessions.h"
 #include "sxmservice/Catalog.h"
 #include "sxmservice/Faults.h"
@@ -42,6 +43,7 @@ public:
     FaultState faults;
     SessionStore sessions;
     AccountStore accounts;
+    RequestLog requests;
 
 private:
     const Options options_;

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace sxm::service {
 
@@ -52,6 +53,11 @@ public:
     /// Faults back to the start-up settings, accounts' data back to their defaults, skip
     /// budgets refilled. Sessions stay signed in.
     void reset();
+
+    /// The requests answered on `endpoint` (an endpoint name such as "cuts") since the last
+    /// take, oldest first, each as "METHOD target" and, when the request had one, a space and its
+    /// body. Taking empties them. The service keeps the last 1000 per endpoint.
+    std::vector<std::string> takeRequests(const std::string& endpoint);
 
 private:
     struct Impl;
