@@ -21,8 +21,7 @@ public:
                                const QString& sort, const QString& filter, bool xtra, bool pdt);
 
     ChannelNode(ContentManager* contentManager, NodesFactory* factory, const CMPath& path,
-                bool fullFeatured, const QString& sort, const QString& filter, bool xtra,
-                bool pdt);
+                bool fullFeatured, const QString& sort, const QString& filter, bool xtra, bool pdt);
 
     bool getRowsRequest(const CMGetRowsRequest& request) override;
     /// Title and icon come from the linking row's path parameters when it has them.

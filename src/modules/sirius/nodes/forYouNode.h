@@ -14,8 +14,8 @@ class ForYouNode : public CMListRowsNode
 {
     Q_OBJECT
 public:
-    static ForYouNode* create(ContentManager* contentManager, NodesFactory* factory,
-                              CMNodes* nodes, const CMPath& path);
+    static ForYouNode* create(ContentManager* contentManager, NodesFactory* factory, CMNodes* nodes,
+                              const CMPath& path);
 
     ForYouNode(ContentManager* contentManager, NodesFactory* factory, const CMPath& path);
 

@@ -15,8 +15,8 @@ class RecentNode : public CMListRowsNode
 {
     Q_OBJECT
 public:
-    static RecentNode* create(ContentManager* contentManager, NodesFactory* factory,
-                              CMNodes* nodes, const CMPath& path);
+    static RecentNode* create(ContentManager* contentManager, NodesFactory* factory, CMNodes* nodes,
+                              const CMPath& path);
 
     RecentNode(ContentManager* contentManager, NodesFactory* factory, const CMPath& path);
 
