@@ -86,8 +86,8 @@ bool ForYouNode::getRowsRequest(const CMGetRowsRequest& request)
     SIRIUS_TRACE_FUNCTION(sirius::cbSiriusLogger());
     if (!m_needsFetch)
         return CMListRowsNode::getRowsRequest(request);
-    // Cleared before the reply arrives, so that requests meanwhile are answered from the rows
-    // instead of fetching the same list again.
+    // Cleared before the reply arrives, so that a request meanwhile is answered from the rows as
+    // they are instead of fetching the same list a second time.
     m_needsFetch = false;
     m_contentManager->forYou()
         .onSuccess(this,
