@@ -161,36 +161,23 @@ TEST_F(ChannelNodeTest, ASecondRequestRequeriesTheIdsButKeepsTheRowsAsBuilt)
     EXPECT_EQ(node->pdtChannelIds().size(), 3) << "rebuilt ids do not pile up";
 }
 
-TEST_F(ChannelNodeTest, PagesComeFromTheStoredRows)
-{
-    const CMPath path = list("", false, false);
-    const MivoRowsRoles page = getRows(path, 1, 2);
-    EXPECT_EQ(idsOf(page.rows()), (QStringList{"c", "a"}));
-    EXPECT_EQ(page.offset(), 1);
-    EXPECT_EQ(page.total(), 4);
-}
-
 // --- registration for now-playing data
 
-TEST_F(ChannelNodeTest, AnAllChannelsListRegistersItsLiveChannelsById)
+TEST_F(ChannelNodeTest, AllChannelsRegisterTheirLiveIdsAGenreItsKeyEvenWithoutRows)
 {
-    getRows(list("", false, true));
-    EXPECT_EQ(idsOf(lastPdtCall()), (QStringList{"a", "b", "c"}));
-    EXPECT_EQ(lastPdtCall().rfind("sxm_startPtdNotificationForChannelIds(", 0), 0u);
-}
+    const CMPath xtraOnly = list("", true, true);
+    EXPECT_EQ(idsOf(getRows(xtraOnly).rows()), QStringList{"x"});
+    nodeAt(xtraOnly)->addRowsPath(xtraOnly);
+    EXPECT_TRUE(pdtCalls().empty()) << "no live channel, nothing to register: " << lastPdtCall();
 
-TEST_F(ChannelNodeTest, AListWithoutLiveChannelsDoesNotRegister)
-{
-    const CMPath path = list("", true, true);
-    EXPECT_EQ(idsOf(getRows(path).rows()), QStringList{"x"});
-    nodeAt(path)->addRowsPath(path);
-    EXPECT_TRUE(pdtCalls().empty()) << lastPdtCall();
-}
-
-TEST_F(ChannelNodeTest, AGenreListRegistersByItsKeyEvenWithoutRows)
-{
-    EXPECT_TRUE(getRows(list("jazz", false, true)).rows().isEmpty());
+    const CMPath genre = list("jazz", false, true);
+    EXPECT_TRUE(getRows(genre).rows().isEmpty());
     EXPECT_EQ(lastPdtCall(), "sxm_startPtdNotificationForGenre(jazz)");
+    manager.unregisterPdt(nodeAt(genre)->path());
+
+    getRows(list("", false, true));
+    EXPECT_EQ(lastPdtCall().rfind("sxm_startPtdNotificationForChannelIds(", 0), 0u);
+    EXPECT_EQ(idsOf(lastPdtCall()), (QStringList{"a", "b", "c"}));
 }
 
 TEST_F(ChannelNodeTest, AListWithoutProgramDataNeverRegistersNorRewritesTitles)

@@ -169,27 +169,6 @@ TEST_F(PersonalListsTest, ForYouIsFetchedOnceAndAgainAfterAnyRefresh)
     EXPECT_EQ(calls("sxm_get_forYouCarousel"), 2);
 }
 
-TEST_F(PersonalListsTest, ForYouErrorsReadDifferentlyInBypassAndTheNextRequestTriesAgain)
-{
-    result("sxm_get_forYouCarousel", 0);
-    const CMPath path = forYou()->path();
-    getRows(path);
-    EXPECT_EQ(errorText(), QStringLiteral("Error getting ForYou. Please check your internet "
-                                          "connection"));
-    manager.on_siriusLib_error(bypass(true, false));
-    getRows(path);
-    EXPECT_EQ(errorText(), QStringLiteral("ForYou currently not available"));
-    manager.on_siriusLib_error(bypass(false, true));
-    getRows(path);
-    EXPECT_EQ(errorText(), QStringLiteral("ForYou currently not available"));
-
-    result("sxm_get_forYouCarousel", 1);
-    script("sxm_get_forYouCarousel",
-           deliver(&sxm_callbacks::onForYou, {{"s1", SXM_ASSET_SHOW, "Show", "Talk"}}));
-    EXPECT_EQ(titles(getRows(path).rows()), QStringList{"Talk"});
-    EXPECT_FALSE(lastError.isError());
-}
-
 // --- Favorites
 
 TEST_F(PersonalListsTest, FavoritesComeInSectionsAndRegisterTheirLiveChannels)
@@ -233,19 +212,6 @@ TEST_F(PersonalListsTest, FavoritesAreFetchedAgainAfterAChange)
     EXPECT_TRUE(resets.contains(path));
     EXPECT_EQ(titles(getRows(path).rows()), (QStringList{"Shows", "New show"}));
     EXPECT_EQ(calls("sxm_get_favorites"), 2);
-}
-
-TEST_F(PersonalListsTest, FavoritesErrorsReadDifferentlyInBypass)
-{
-    result("sxm_get_favorites", 0);
-    const CMPath path = favorites()->path();
-    getRows(path);
-    EXPECT_EQ(errorText(),
-              QStringLiteral("Error getting favorites. Please check your internet connection"));
-    manager.on_siriusLib_error(bypass(false, true));
-    getRows(path);
-    EXPECT_EQ(errorText(), QStringLiteral("Favorite shows currently not available"));
-    EXPECT_EQ(calls("sxm_get_favorites"), 2) << "a failed fetch is tried again";
 }
 
 TEST_F(PersonalListsTest, FavoritesUnregisterWhenTheLastObserverLeaves)
@@ -306,18 +272,6 @@ TEST_F(PersonalListsTest, AClosedRecentListIsFetchedAfreshWhenOpenedAgain)
     EXPECT_EQ(calls("sxm_get_recents"), 3) << "fetched again after recents were cleared";
 }
 
-TEST_F(PersonalListsTest, RecentErrorsReadDifferentlyInBypass)
-{
-    result("sxm_get_recents", 0);
-    const CMPath path = recent()->path();
-    getRows(path);
-    EXPECT_EQ(errorText(),
-              QStringLiteral("Error getting recents. Please check your internet connection"));
-    manager.on_siriusLib_error(bypass(true, false));
-    getRows(path);
-    EXPECT_EQ(errorText(), QStringLiteral("Bypass mode. Recents disabled."));
-}
-
 TEST_F(PersonalListsTest, CutTitlesChangeInPlaceExceptOnEpisodeRows)
 {
     load({channel("a", "Pop", 1)});
@@ -368,4 +322,46 @@ TEST_F(PersonalListsTest, EachRefreshReloadsOnlyTheListsOfItsModuleType)
     EXPECT_EQ(log.linesContaining("Refresh forYou").size(), 1u);
     EXPECT_TRUE(log.linesContaining("Refresh favorites").empty());
     EXPECT_EQ(log.linesContaining("Module: Recents").size(), 3u) << "every list notes the notice";
+}
+
+// --- errors
+
+TEST_F(PersonalListsTest, ErrorsTellBypassFromALostConnectionAndTheNextRequestTriesAgain)
+{
+    struct Case
+    {
+        std::string operation;
+        CMPath path;
+        QString offline;
+        QString inBypass;
+    };
+    const Case cases[] = {
+        {"sxm_get_forYouCarousel", forYou()->path(),
+         "Error getting ForYou. Please check your internet connection",
+         "ForYou currently not available"},
+        {"sxm_get_favorites", favorites()->path(),
+         "Error getting favorites. Please check your internet connection",
+         "Favorite shows currently not available"},
+        {"sxm_get_recents", recent()->path(),
+         "Error getting recents. Please check your internet connection",
+         "Bypass mode. Recents disabled."},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.operation);
+        result(c.operation, 0);
+        manager.on_siriusLib_error(bypass(false, false));
+        getRows(c.path);
+        EXPECT_EQ(errorText(), c.offline);
+        manager.on_siriusLib_error(bypass(true, false));
+        getRows(c.path);
+        EXPECT_EQ(errorText(), c.inBypass);
+        manager.on_siriusLib_error(bypass(false, true));
+        getRows(c.path);
+        EXPECT_EQ(errorText(), c.inBypass);
+
+        result(c.operation, 1);
+        getRows(c.path);
+        EXPECT_FALSE(lastError.isError()) << "a failed fetch leaves the list to be fetched";
+        EXPECT_EQ(calls(c.operation), 4);
+    }
 }
