@@ -338,5 +338,9 @@ void ContentManager::on_siriusLib_error(const MivoSiriusErrorNotification& error
 void ContentManager::on_siriusLib_refresh(MivoSiriusModuleType::Enum module)
 {
     m_siriusLib->handOver();
+    // The service says the favorites changed (on another device, say): the list the favorites
+    // node reloads must come from the service, not from the cache of the old one.
+    if (module == MivoSiriusModuleType::Favorites)
+        m_favoritesCache.clear();
     emit onRefresh(module);
 }

@@ -132,9 +132,24 @@ void ForYouNode::handleForYouResponse(const CMGetRowsRequest& request,
     }
 }
 
+ForYouNode::~ForYouNode()
+{
+    dropSubNodes();
+}
+
 void ForYouNode::rowsClear()
 {
     CMListRowsNode::rowsClear();
+    dropSubNodes();
+}
+
+void ForYouNode::dropSubNodes()
+{
+    // The category lists belong to the registry; left there, every refresh would add a set.
+    for (const QPointer<CMListRowsNode>& subNode : qAsConst(m_subNodes)) {
+        if (subNode)
+            subNode->deleteLater();
+    }
     m_subNodes.clear();
 }
 

@@ -18,17 +18,19 @@ public:
                               const CMPath& path);
 
     ForYouNode(ContentManager* contentManager, NodesFactory* factory, const CMPath& path);
+    ~ForYouNode() override;
 
     bool getRowsRequest(const CMGetRowsRequest& request) override;
     void handleForYouResponse(const CMGetRowsRequest& request, const QList<MivoRoles>& roles);
-    /// Clears the rows and forgets the category lists (their owner, the registry, keeps them
-    /// until it lets them go).
+    /// Clears the rows and lets the category lists go.
     void rowsClear();
 
 public slots:
     void on_contentManager_refresh(MivoSiriusModuleType::Enum moduleType);
 
 private:
+    void dropSubNodes();
+
     ContentManager* const m_contentManager;
     NodesFactory* const m_factory;
     bool m_needsFetch = true;

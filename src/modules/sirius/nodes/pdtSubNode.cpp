@@ -4,6 +4,7 @@
 #include "nodes/uiHelper.h"
 #include "siriusLogging.h"
 
+#include <mivosdk/CMNodes.h>
 #include <mivosdk/MivoPaths.h>
 #include <mivosdk/MivoSiriusContent.h>
 
@@ -37,8 +38,10 @@ PdtSubNode::PdtSubNode(ContentManager* contentManager, const CMPath& path,
 
 PdtSubNode::~PdtSubNode()
 {
-    // A result list that goes away must not keep its channels' program data coming.
-    if (m_contentManager)
+    // A list that goes away must not keep its channels' program data coming; but a successor
+    // registered at the same path (a refreshed category) keeps its registration.
+    const CMNode* current = nodes() ? nodes()->node(path()) : nullptr;
+    if (m_contentManager && (!current || current == this))
         m_contentManager->unregisterPdt(path());
 }
 

@@ -127,6 +127,12 @@ TEST_F(ContentManagerTest, FavoritesAreFetchedOnceUntilAnUpdateSucceeds)
     EXPECT_EQ(changed, 1);
     valueOf(manager.favorites());
     EXPECT_EQ(calls("sxm_get_favorites"), 2) << "fetched again after the update";
+    manager.on_siriusLib_refresh(MivoSiriusModuleType::Recents);
+    valueOf(manager.favorites());
+    EXPECT_EQ(calls("sxm_get_favorites"), 2) << "a recents refresh leaves the favorites alone";
+    manager.on_siriusLib_refresh(MivoSiriusModuleType::Favorites);
+    valueOf(manager.favorites());
+    EXPECT_EQ(calls("sxm_get_favorites"), 3) << "a favorites refresh from the service fetches anew";
 
     result("sxm_update_server_favorites", 0);
     fake::library().error = "Bypass mode";

@@ -154,7 +154,8 @@ TEST_F(PersonalListsTest, ForYouIsFetchedOnceAndAgainAfterAnyRefresh)
     script("sxm_get_forYouCarousel",
            deliver(&sxm_callbacks::onForYou, {{"s1", SXM_ASSET_SHOW, "Show", "Talk"}}));
     const CMPath path = forYou()->path();
-    getRows(path);
+    const QPointer<CMNode> firstTalk = nodes.node(getRows(path).rows().value(0).path());
+    ASSERT_TRUE(firstTalk);
     EXPECT_EQ(getRows(path).rows().size(), 1);
     EXPECT_EQ(calls("sxm_get_forYouCarousel"), 1);
 
@@ -167,6 +168,9 @@ TEST_F(PersonalListsTest, ForYouIsFetchedOnceAndAgainAfterAnyRefresh)
     }
     EXPECT_EQ(getRows(path).rows().size(), 1) << "the categories are listed afresh, not added";
     EXPECT_EQ(calls("sxm_get_forYouCarousel"), 2);
+    testsupport::pump();
+    EXPECT_FALSE(firstTalk) << "the old category list goes; only its successor stays";
+    EXPECT_NE(nodes.node(path.subpath(QStringLiteral("Talk"))), nullptr);
 }
 
 // --- Favorites
