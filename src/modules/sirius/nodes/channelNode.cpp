@@ -8,25 +8,6 @@
 #include <mivosdk/MivoPaths.h>
 #include <mivosdk/MivoSiriusContent.h>
 
-namespace {
-
-/// Whether a content record is a live channel; a record that does not state its asset type is
-/// not one (an absent field would otherwise read as 0, the live-channel value).
-bool isLiveChannel(const MivoSiriusContent& content)
-{
-    return content.hasEntry(MivoSiriusContent::AssetType()) &&
-           content.assetType() == MivoSiriusAssetType::LiveChannel;
-}
-
-/// Rows of episodes and of Xtra content have titles of their own that no cut replaces.
-bool showsCut(const MivoRoles& row)
-{
-    const CMPath rowPath = row.path();
-    return !rowPath.hasParam(MivoSiriusEpisode()) && !rowPath.hasParam(MivoSiriusXtra());
-}
-
-} // namespace
-
 ChannelNode* ChannelNode::create(ContentManager* contentManager, NodesFactory* factory,
                                  CMNodes* nodes, const CMPath& path, bool fullFeatured,
                                  const QString& sort, const QString& filter, bool xtra, bool pdt)
@@ -101,15 +82,13 @@ void ChannelNode::buildRows()
     m_pdtChannelIds.clear();
     for (const int id : qAsConst(m_channelIds)) {
         MivoRoles row = m_contentManager->channelRolesById(id, m_pdt);
-        const MivoSiriusContent content(row.value().toHash());
+        const MivoSiriusContent content = UiHelper::contentOf(row);
         // A stored row does not carry the whole content record.
         row.removeEntry(MivoRoles::Value());
         if (m_fullFeatured) {
-            row.setContext(MivoRoles().setPath(m_factory->makeContextNode(
-                content.title(), content.channelId(), content.assetGuid(),
-                MivoSiriusAssetType::toString(content.assetType()))));
+            row.setContext(UiHelper::contextOf(m_factory, content, content.title()));
         }
-        if (isLiveChannel(content))
+        if (UiHelper::assetTypeOf(content) == MivoSiriusAssetType::LiveChannel)
             m_pdtChannelIds.append(row.id());
         rowsAppend(row);
     }
@@ -151,9 +130,5 @@ void ChannelNode::on_contentManager_cutChanged()
     // Titles of a list nobody holds are refreshed when it is opened and rebuilt.
     if (!hasObservers())
         return;
-    const QList<MivoRoles> current = rows();
-    for (int index = 0; index < current.size(); ++index) {
-        if (showsCut(current[index]))
-            rowsSet(index, UiHelper::addPdtCut(current[index], m_contentManager));
-    }
+    UiHelper::refreshPdtCuts(this, m_contentManager);
 }

@@ -20,7 +20,7 @@ QMap<QString, QList<MivoRoles>> byCategory(const QList<MivoRoles>& roles)
 {
     QMap<QString, QList<MivoRoles>> groups;
     for (const MivoRoles& row : roles)
-        groups[MivoSiriusContent(row.value().toHash()).category()].append(row);
+        groups[UiHelper::contentOf(row).category()].append(row);
     return groups;
 }
 

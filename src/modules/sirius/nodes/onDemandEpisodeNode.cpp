@@ -2,6 +2,7 @@
 
 #include "contentManager/contentManager.h"
 #include "nodes/nodesFactory.h"
+#include "nodes/uiHelper.h"
 #include "siriusLogging.h"
 
 #include <mivosdk/CMListRowsNode.h>
@@ -13,15 +14,6 @@
 #include <QDateTime>
 
 namespace {
-
-/// The asset-type text a context menu path carries; "Invalid" when the record does not say (an
-/// absent field would otherwise read as 0, a live channel, and offer that channel's shows).
-QString assetTypeText(const MivoSiriusContent& content)
-{
-    return MivoSiriusAssetType::toString(content.hasEntry(MivoSiriusContent::AssetType())
-                                             ? content.assetType()
-                                             : MivoSiriusAssetType::Invalid);
-}
 
 const QString kIdParam = QStringLiteral("id");
 const QString kIconParam = QStringLiteral("icon");
@@ -91,12 +83,11 @@ CMListRowsNode* OnDemandEpisodeNode::createEpisodeList(const QString& showId,
     list->setParent(nodes());
     list->setNodes(nodes());
     for (MivoRoles row : roles) {
-        const MivoSiriusContent content(row.value().toHash());
+        const MivoSiriusContent content = UiHelper::contentOf(row);
         row.removeEntry(MivoRoles::Value());
         if (row.icon().isEmpty())
             row.setIcon(showIcon);
-        row.setContext(MivoRoles().setPath(m_factory->makeContextNode(
-            content.title(), content.channelId(), content.assetGuid(), assetTypeText(content))));
+        row.setContext(UiHelper::contextOf(m_factory, content, content.title()));
         list->rowsAppend(row);
     }
     new CMUnusedNodeTimer(list, kUnusedEpisodeListMs);

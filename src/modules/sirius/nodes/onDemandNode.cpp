@@ -2,32 +2,10 @@
 
 #include "contentManager/contentManager.h"
 #include "nodes/nodesFactory.h"
+#include "nodes/uiHelper.h"
 #include "siriusLogging.h"
 
 #include <mivosdk/MivoSiriusContent.h>
-
-namespace {
-
-MivoSiriusContent contentOf(const MivoRoles& row)
-{
-    return MivoSiriusContent(row.value().toHash());
-}
-
-/// The asset-type text a context menu path carries; "Invalid" when the record does not say (an
-/// absent field would otherwise read as 0, a live channel, and offer that channel's shows).
-QString assetTypeText(const MivoSiriusContent& content)
-{
-    return MivoSiriusAssetType::toString(content.hasEntry(MivoSiriusContent::AssetType())
-                                             ? content.assetType()
-                                             : MivoSiriusAssetType::Invalid);
-}
-
-MivoRoles sectionHeader(const QString& title)
-{
-    return MivoRoles().setTitle(title).setType(MivoRolesType::SectionHeader);
-}
-
-} // namespace
 
 OnDemandNode* OnDemandNode::create(ContentManager* contentManager, NodesFactory* factory,
                                    CMNodes* nodes, const CMPath& path, const QString& genre,
@@ -76,19 +54,18 @@ void OnDemandNode::storeRoles(const QList<MivoRoles>& roles)
     QString previousChannelId;
     bool first = true;
     for (MivoRoles row : roles) {
-        const MivoSiriusContent content = contentOf(row);
+        const MivoSiriusContent content = UiHelper::contentOf(row);
         // The service returns shows grouped by channel; a header marks where the channel changes,
         // so a channel that comes back later gets a header of its own again.
         if (first || content.channelId() != previousChannelId) {
-            m_rows.append(sectionHeader(
+            m_rows.append(UiHelper::sectionHeader(
                 m_contentManager->channelRolesByChannelId(content.channelId(), false).title()));
             previousChannelId = content.channelId();
             first = false;
         }
         row.removeEntry(MivoRoles::Value());
         row.setPath(m_factory->makeOnDemandEpisodeNode(row.id(), row.icon()));
-        row.setContext(MivoRoles().setPath(m_factory->makeContextNode(
-            content.title(), content.channelId(), content.assetGuid(), assetTypeText(content))));
+        row.setContext(UiHelper::contextOf(m_factory, content, content.title()));
         m_rows.append(row);
     }
     if (m_rows.isEmpty()) {

@@ -5,8 +5,6 @@
 #include "siriusLogging.h"
 
 #include <mivosdk/CMNodes.h>
-#include <mivosdk/MivoPaths.h>
-#include <mivosdk/MivoSiriusContent.h>
 
 PdtSubNode* PdtSubNode::create(ContentManager* contentManager, CMNodes* nodes, const CMPath& path,
                                const QList<MivoRoles>& rows)
@@ -23,9 +21,7 @@ PdtSubNode::PdtSubNode(ContentManager* contentManager, const CMPath& path,
     , m_contentManager(contentManager)
 {
     for (MivoRoles row : rows) {
-        const MivoSiriusContent content(row.value().toHash());
-        if (!content.isEmpty() && content.hasEntry(MivoSiriusContent::AssetType()) &&
-            content.assetType() == MivoSiriusAssetType::LiveChannel)
+        if (UiHelper::isLiveChannel(row))
             m_pdtChannelIds.append(row.id());
         row.removeEntry(MivoRoles::Value());
         rowsAppend(row);
@@ -62,14 +58,5 @@ void PdtSubNode::on_contentManager_cutChanged()
     SIRIUS_TRACE_FUNCTION(sirius::cbSiriusLogger());
     if (!m_contentManager)
         return;
-    const QList<MivoRoles> current = rows();
-    for (int index = 0; index < current.size(); ++index) {
-        const CMPath rowPath = current[index].path();
-        if (rowPath.hasParam(MivoSiriusEpisode()) || rowPath.hasParam(MivoSiriusXtra()))
-            continue;
-        const MivoRoles updated = UiHelper::addPdtCut(current[index], m_contentManager);
-        // Only real changes: each replacement is a notice the host acts on.
-        if (updated != current[index])
-            rowsSet(index, updated);
-    }
+    UiHelper::refreshPdtCuts(this, m_contentManager);
 }

@@ -10,22 +10,6 @@
 
 namespace {
 
-/// Whether a row's content is a live channel; rows without content and records that do not
-/// state their asset type are not (an absent field would read as 0, a live channel).
-bool isLiveChannel(const MivoRoles& row)
-{
-    const MivoSiriusContent content(row.value().toHash());
-    return content.hasEntry(MivoSiriusContent::AssetType()) &&
-           content.assetType() == MivoSiriusAssetType::LiveChannel;
-}
-
-/// Rows of episodes and of Xtra content have titles of their own that no cut replaces.
-bool showsCut(const MivoRoles& row)
-{
-    const CMPath rowPath = row.path();
-    return !rowPath.hasParam(MivoSiriusEpisode()) && !rowPath.hasParam(MivoSiriusXtra());
-}
-
 /// What an empty recents list shows instead: one row with only a title.
 QList<MivoRoles> nothingPlayedYet()
 {
@@ -97,12 +81,12 @@ void RecentNode::recentItems(const QList<MivoRoles>& rows)
     QList<MivoRoles> items;
     items.reserve(rows.size());
     for (MivoRoles row : rows) {
-        if (isLiveChannel(row))
+        if (UiHelper::isLiveChannel(row))
             m_pdtChannelIds.append(row.id());
         // A stored row does not carry the whole content record.
         row.removeEntry(MivoRoles::Value());
         // An episode is listed under its channel's id, but its title is its own.
-        items.append(showsCut(row) ? UiHelper::addPdtCut(row, m_contentManager) : row);
+        items.append(UiHelper::showsPdtCut(row) ? UiHelper::addPdtCut(row, m_contentManager) : row);
     }
     // One insert notice for the whole list rather than one per row.
     rowsAppend(items);
@@ -132,11 +116,7 @@ void RecentNode::on_contentManager_cutChanged()
     // Titles of a list nobody holds are refreshed when it is fetched again.
     if (!hasObservers())
         return;
-    const QList<MivoRoles> current = rows();
-    for (int index = 0; index < current.size(); ++index) {
-        if (showsCut(current[index]))
-            rowsSet(index, UiHelper::addPdtCut(current[index], m_contentManager));
-    }
+    UiHelper::refreshPdtCuts(this, m_contentManager);
 }
 
 void RecentNode::on_nodes_rowsPathAdded(CMPath)

@@ -3,38 +3,67 @@
 #include "contentManager/contentManager.h"
 #include "nodes/nodesFactory.h"
 
-#include <mivosdk/MivoSiriusContent.h>
-#include <mivosdk/MivoSiriusEnums.h>
+#include <mivosdk/CMListRowsNode.h>
+#include <mivosdk/MivoPaths.h>
 
 namespace {
-
-MivoSiriusContent contentOf(const MivoRoles& row)
-{
-    return MivoSiriusContent(row.value().toHash());
-}
-
-/// The asset type of a content record; Invalid when the record does not say (an absent field
-/// would otherwise read as 0, a live channel).
-MivoSiriusAssetType::Enum assetTypeOf(const MivoSiriusContent& content)
-{
-    return content.hasEntry(MivoSiriusContent::AssetType()) ? content.assetType()
-                                                            : MivoSiriusAssetType::Invalid;
-}
-
-MivoRoles sectionHeader(const char* title)
-{
-    return MivoRoles().setTitle(QString::fromUtf8(title)).setType(MivoRolesType::SectionHeader);
-}
 
 void appendSection(QList<MivoRoles>& result, const char* title, const QList<MivoRoles>& rows)
 {
     if (rows.isEmpty())
         return;
-    result.append(sectionHeader(title));
+    result.append(UiHelper::sectionHeader(TrString("UiHelper", title).toString()));
     result.append(rows);
 }
 
 } // namespace
+
+MivoSiriusContent UiHelper::contentOf(const MivoRoles& row)
+{
+    return MivoSiriusContent(row.value().toHash());
+}
+
+MivoSiriusAssetType::Enum UiHelper::assetTypeOf(const MivoSiriusContent& content)
+{
+    return content.hasEntry(MivoSiriusContent::AssetType()) ? content.assetType()
+                                                            : MivoSiriusAssetType::Invalid;
+}
+
+bool UiHelper::isLiveChannel(const MivoRoles& row)
+{
+    return assetTypeOf(contentOf(row)) == MivoSiriusAssetType::LiveChannel;
+}
+
+MivoRoles UiHelper::contextOf(NodesFactory* factory, const MivoSiriusContent& content,
+                              const QString& title)
+{
+    return MivoRoles().setPath(
+        factory->makeContextNode(title, content.channelId(), content.assetGuid(),
+                                 MivoSiriusAssetType::toString(assetTypeOf(content))));
+}
+
+MivoRoles UiHelper::sectionHeader(const QString& title)
+{
+    return MivoRoles().setTitle(title).setType(MivoRolesType::SectionHeader);
+}
+
+bool UiHelper::showsPdtCut(const MivoRoles& row)
+{
+    const CMPath rowPath = row.path();
+    return !rowPath.hasParam(MivoSiriusEpisode()) && !rowPath.hasParam(MivoSiriusXtra());
+}
+
+void UiHelper::refreshPdtCuts(CMListRowsNode* node, ContentManager* contentManager)
+{
+    const QList<MivoRoles> current = node->rows();
+    for (int index = 0; index < current.size(); ++index) {
+        if (!showsPdtCut(current[index]))
+            continue;
+        const MivoRoles updated = addPdtCut(current[index], contentManager);
+        if (updated != current[index])
+            node->rowsSet(index, updated);
+    }
+}
 
 MivoRoles UiHelper::addPdtCut(MivoRoles roles, ContentManager* contentManager)
 {
@@ -50,13 +79,11 @@ QList<MivoRoles> UiHelper::decorateRoles(QList<MivoRoles> roles, NodesFactory* f
     for (MivoRoles& row : roles) {
         const MivoSiriusContent content = contentOf(row);
         const MivoSiriusAssetType::Enum type = assetTypeOf(content);
-        const QString typeText = MivoSiriusAssetType::toString(type);
         // A category's menu offers its shows, which are found by its genre key.
-        const QString menuTitle =
-            type == MivoSiriusAssetType::Category ? content.genreKey() : content.title();
-        row.setContext(MivoRoles().setPath(factory->makeContextNode(
-            menuTitle, content.channelId(), content.assetGuid(), typeText)));
-        row.setSortKey(typeText);
+        row.setContext(contextOf(factory, content,
+                                 type == MivoSiriusAssetType::Category ? content.genreKey()
+                                                                       : content.title()));
+        row.setSortKey(MivoSiriusAssetType::toString(type));
         switch (type) {
         case MivoSiriusAssetType::LiveChannel:
             // Deliberately even when empty: a live row without program data has no title of

@@ -2,9 +2,11 @@
 // Thread contract: worker thread only (it reads the content manager).
 
 #include <mivosdk/MivoRoles.h>
+#include <mivosdk/MivoSiriusContent.h>
 
 #include <QList>
 
+class CMListRowsNode;
 class ContentManager;
 class NodesFactory;
 
@@ -26,4 +28,21 @@ public:
     /// Categories, channels, shows and episodes, each under its header; empty sections are left
     /// out and rows of other kinds dropped.
     static QList<MivoRoles> splitToSections(const QList<MivoRoles>& roles);
+
+    /// The content record a content row carries (empty for other rows).
+    static MivoSiriusContent contentOf(const MivoRoles& row);
+    /// The record's asset type; Invalid when the record does not say, since an absent field would
+    /// otherwise read as 0, a live channel.
+    static MivoSiriusAssetType::Enum assetTypeOf(const MivoSiriusContent& content);
+    static bool isLiveChannel(const MivoRoles& row);
+    /// The context menu of a content row, titled `title`.
+    static MivoRoles contextOf(NodesFactory* factory, const MivoSiriusContent& content,
+                               const QString& title);
+    static MivoRoles sectionHeader(const QString& title);
+    /// Whether a row's title follows its channel's cuts: episodes and Xtra content have titles of
+    /// their own that no cut replaces.
+    static bool showsPdtCut(const MivoRoles& row);
+    /// Puts the current cut into the title of every row of `node` that shows one, announcing only
+    /// the rows that changed (each replacement is a notice the host acts on).
+    static void refreshPdtCuts(CMListRowsNode* node, ContentManager* contentManager);
 };

@@ -239,7 +239,12 @@ TEST_F(ChannelNodeTest, CutTitlesAreRewrittenInPlaceOnlyWhileSomebodyWatches)
     manager.on_siriusLib_pdtCuts({dueCut("a", "Second"), dueCut("c", "Third")});
     EXPECT_EQ(titles(node->rows()), (QStringList{"Artist - Third", "Artist - Second", "Title x"}));
     EXPECT_FALSE(notices.contains(CMSubscribe::RowsChangeReset())) << "updated in place";
-    EXPECT_TRUE(notices.contains(CMSubscribe::RowsChangeUpdate()));
+    EXPECT_EQ(notices.count(CMSubscribe::RowsChangeUpdate()), 2) << "one notice per changed row";
+
+    notices.clear();
+    manager.on_siriusLib_pdtCuts({dueCut("a", "Second"), dueCut("c", "Fourth")});
+    EXPECT_EQ(notices, QStringList{CMSubscribe::RowsChangeUpdate()})
+        << "a row whose cut stayed the same is not announced";
 }
 
 TEST_F(ChannelNodeTest, EpisodeAndXtraRowsKeepTheirTitles)
