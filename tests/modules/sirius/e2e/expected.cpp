@@ -1,0 +1,181 @@
+#include "expected.h"
+
+#include <mivosdk/CMPath.h>
+#include <mivosdk/MivoPaths.h>
+#include <mivosdk/MivoRoles.h>
+#include <mivosdk/MivoSiriusContent.h>
+
+#include <QDateTime>
+
+namespace e2e {
+
+const sxm::service::Catalog& catalog()
+{
+    // mivo-host's embedded service runs with the service's default options; dates depend on the
+    // anchor, which nothing here compares.
+    static const sxm::service::Catalog instance(1, 60, QDateTime::currentMSecsSinceEpoch());
+    return instance;
+}
+
+QString qs(const std::string& text)
+{
+    return QString::fromStdString(text);
+}
+
+std::vector<const sxm::service::Content*> lineUpRecords()
+{
+    std::vector<const sxm::service::Content*> records;
+    for (const sxm::service::Content* record : catalog().lineup()) {
+        if (record->genreKey != "allxtra")
+            records.push_back(record);
+    }
+    return records;
+}
+
+std::vector<const sxm::service::Channel*> liveChannels()
+{
+    std::vector<const sxm::service::Channel*> channels;
+    for (const sxm::service::Channel& channel : catalog().channels())
+        channels.push_back(&channel);
+    std::sort(channels.begin(), channels.end(),
+              [](const auto* a, const auto* b) { return a->number < b->number; });
+    return channels;
+}
+
+const sxm::service::Channel* channelById(const QString& id)
+{
+    return catalog().findChannel(id.toStdString());
+}
+
+QString cutText(const sxm::service::Track& track)
+{
+    if (track.artist.empty())
+        return qs(track.title);
+    return QStringLiteral("%1 - %2").arg(qs(track.artist), qs(track.title));
+}
+
+QStringList cutTextsBetween(const sxm::service::Channel& channel, qint64 fromMs, qint64 toMs)
+{
+    QStringList texts;
+    const std::int64_t first = catalog().liveTrackIndexAt(channel, fromMs);
+    const std::int64_t last = catalog().liveTrackIndexAt(channel, toMs);
+    for (std::int64_t index = first; index <= last; ++index)
+        texts << cutText(catalog().liveTrack(channel, index));
+    return texts;
+}
+
+sxm::service::Track nextTrack(const sxm::service::Channel& channel, qint64 ms)
+{
+    return catalog().liveTrack(channel, catalog().liveTrackIndexAt(channel, ms) + 1);
+}
+
+namespace paths {
+namespace {
+
+CMPath browse(const QString& segment)
+{
+    return MivoSiriusBrowsePath().subpath(segment);
+}
+
+QString withTitleAndIcon(CMPath path, const QString& title)
+{
+    // The icon rides as a parameter too; the node answers whatever the link carries, so an
+    // empty one reaches the same node.
+    return path.addParam(MivoRoles::Title(), title)
+        .addParam(MivoRoles::Icon(), QString())
+        .toEncoded();
+}
+
+QString flag(bool value)
+{
+    return value ? QStringLiteral("true") : QStringLiteral("false");
+}
+
+} // namespace
+
+QString channelList(const QString& title, const QString& sortKey, const QString& filter, bool xtra,
+                    bool pdt)
+{
+    CMPath path = browse(QStringLiteral("channels"));
+    path.appendSubpath(QStringLiteral("filter:") + filter)
+        .appendSubpath(QStringLiteral("sort:") + sortKey)
+        .appendSubpath(QStringLiteral("xtra:") + flag(xtra))
+        .appendSubpath(QStringLiteral("pdt:") + flag(pdt));
+    return withTitleAndIcon(path, title);
+}
+
+QString allChannels()
+{
+    return channelList(QStringLiteral("All Channels"), MivoSiriusContent::SiriusChannelNumber(),
+                       QString(), false, true);
+}
+
+QString allChannelsByName()
+{
+    return channelList(QStringLiteral("All Channels (A-Z)"), MivoSiriusContent::Title(), QString(),
+                       false, false);
+}
+
+QString genre(const QString& title, const QString& key)
+{
+    return channelList(title, MivoSiriusContent::SortOrder(), key, false, true);
+}
+
+QString xtraGenre(const QString& title, const QString& key)
+{
+    return channelList(title, MivoSiriusContent::SortOrder(), key, true, false);
+}
+
+QString onDemand(const QString& title, const QString& genre, const QString& channelId)
+{
+    CMPath path = browse(QStringLiteral("onDemand"));
+    path.appendSubpath(QStringLiteral("genre:") + (genre.isEmpty() ? QStringLiteral("all") : genre))
+        .appendSubpath(QStringLiteral("channelId:") +
+                       (channelId.isEmpty() ? QStringLiteral("all") : channelId));
+    return withTitleAndIcon(path, title);
+}
+
+QString episodes(const QString& showId)
+{
+    return browse(QStringLiteral("onDemandEpisode"))
+        .addParam(QStringLiteral("id"), showId)
+        .addParam(QStringLiteral("icon"), QString())
+        .toEncoded();
+}
+
+QString context(const QString& title, const QString& channelId, const QString& assetGuid,
+                const QString& assetType)
+{
+    return browse(QStringLiteral("contextNode"))
+        .addParam(MivoSiriusContent::AssetGuid(), assetGuid)
+        .addParam(MivoSiriusContent::AssetType(), assetType)
+        .addParam(MivoSiriusContent::ChannelId(), channelId)
+        .addParam(MivoSiriusContent::Title(), title)
+        .toEncoded();
+}
+
+QString recentContext()
+{
+    return browse(QStringLiteral("contextNode"))
+        .addParam(QStringLiteral("clearRecent"), QString())
+        .toEncoded();
+}
+
+QString favoriteAction()
+{
+    return MivoSiriusFavoritePath().toEncoded();
+}
+
+QString clearRecentsAction()
+{
+    return MivoSiriusClearRecentsPath().toEncoded();
+}
+
+QString tuneStartSetting()
+{
+    return MivoSiriusSettingsTuneStart().toEncoded();
+}
+
+} // namespace paths
+
+} // namespace e2e
