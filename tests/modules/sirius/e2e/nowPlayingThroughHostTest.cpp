@@ -1,0 +1,247 @@
+// What live channels play now, as a device sees it: the built module in the built mivo-host
+// against the embedded service. The service's requests show which channels' program data the
+// client library was asked for; the rows show each cut held back until the audio the listener
+// hears reaches it (160 s). The service's cutShiftMs fault stamps cuts earlier, so the schedule
+// moves on without waiting; the expected titles come from the service's own track schedule.
+
+#include "expected.h"
+#include "hostScript.h"
+
+#include <mivosdk/CMPath.h>
+#include <mivosdk/MivoPaths.h>
+
+#include <QMap>
+#include <QUrl>
+#include <QUrlQuery>
+#include <set>
+
+using namespace e2e;
+
+namespace {
+
+/// A cut is shown this long after its time stamp.
+constexpr qint64 kCutDelayMs = 160000;
+/// Allowance for the time between the module reading its state and the test reading the line,
+/// and for the two processes' clocks being read at different moments.
+constexpr qint64 kSlackMs = 3000;
+/// Beyond the longest track of any channel (talk segments run up to 20 minutes): with cuts
+/// stamped this much earlier, the track after the one on air is due already.
+constexpr qint64 kBeyondNextTrackMs = kCutDelayMs + 25 * 60 * 1000;
+
+QString allChannels()
+{
+    return paths::allChannels();
+}
+
+bool isLiveRow(const QJsonObject& row)
+{
+    return CMPath::fromEncoded(row.value("path").toString()).param(QStringLiteral("assetType")) ==
+           QLatin1String("LiveChannel");
+}
+
+std::set<QString> liveIds(const QJsonObject& list)
+{
+    std::set<QString> ids;
+    for (const QJsonValue& value : rowsOf(list)) {
+        if (isLiveRow(value.toObject()))
+            ids.insert(value.toObject().value("id").toString());
+    }
+    return ids;
+}
+
+/// The program-data requests the service answered in a step (from `service requests cuts`).
+QStringList cutRequests(const Step& step)
+{
+    QStringList requests;
+    for (const QJsonObject& service : step.items(QStringLiteral("service"))) {
+        for (const QJsonValue& request : service.value("requests").toArray())
+            requests << request.toString();
+    }
+    return requests;
+}
+
+/// The query of a "GET /api/v1/pdt/cuts?..." request.
+QUrlQuery queryOf(const QString& request)
+{
+    const QString target = request.section(QLatin1Char(' '), 1, 1);
+    return QUrlQuery(QUrl(QStringLiteral("http://service") + target));
+}
+
+std::set<QString> channelIdsAskedFor(const QString& request)
+{
+    std::set<QString> ids;
+    const QString list =
+        queryOf(request).queryItemValue(QStringLiteral("channelIds"), QUrl::FullyDecoded);
+    for (const QString& id : list.split(QLatin1Char(','), Qt::SkipEmptyParts))
+        ids.insert(id);
+    return ids;
+}
+
+/// The cut texts of the tracks that follow the ones on air at some instant in [fromMs, toMs].
+QStringList nextCutTextsBetween(const sxm::service::Channel& channel, qint64 fromMs, qint64 toMs)
+{
+    QStringList texts;
+    const std::int64_t first = catalog().liveTrackIndexAt(channel, fromMs) + 1;
+    const std::int64_t last = catalog().liveTrackIndexAt(channel, toMs) + 1;
+    for (std::int64_t index = first; index <= last; ++index)
+        texts << cutText(catalog().liveTrack(channel, index));
+    return texts;
+}
+
+class NowPlayingThroughHost : public HostTest
+{
+};
+
+} // namespace
+
+TEST_F(NowPlayingThroughHost, CutsOfExactlyTheOpenListsShowOnceDueAndMoveOnWithTheSchedule)
+{
+    const QString genreName = qs(catalog().genres().front().name);
+    const QString genreKey = qs(catalog().genres().front().key);
+    Script script;
+    script.step("open").rows("browse").rows(allChannels()).wait(3).line("service requests cuts");
+    script.step("heldBack").rows(allChannels());
+    script.step("onAir")
+        .line(R"(service fault {"cutShiftMs": 160000})")
+        .wait(7)
+        .rows(allChannels());
+    script.step("next")
+        .line(QStringLiteral(R"(service fault {"cutShiftMs": %1})").arg(kBeyondNextTrackMs))
+        .wait(7)
+        .rows(allChannels());
+    // The list by name shows no now-playing text; with no other list open the library is told
+    // to stop, so it asks for no more cuts.
+    script.step("byName").rows(paths::allChannelsByName()).wait(1).line("service requests cuts");
+    script.step("stopped").wait(7).line("service requests cuts");
+    script.step("genre")
+        .rows(paths::genre(genreName, genreKey))
+        .wait(3)
+        .line("service requests cuts");
+    script.step("favorites")
+        .rows(MivoSiriusBrowsePath().subpath("favorite").toEncoded())
+        .wait(3)
+        .line("service requests cuts");
+    const HostRun run = runScript(script);
+    ASSERT_FALSE(run.timedOut) << run.diagnostics();
+
+    // Opening All Channels asks for the cuts of exactly its live channels.
+    const Step open = run.step("open");
+    const QJsonObject opened = open.list(1);
+    const qint64 openedAt = open.lists().value(1).atMs;
+    const std::set<QString> live = liveIds(opened);
+    EXPECT_EQ(live.size(), catalog().channels().size()) << run.diagnostics();
+    const QStringList openRequests = cutRequests(open);
+    ASSERT_FALSE(openRequests.isEmpty()) << "no program data asked for\n" << run.diagnostics();
+    EXPECT_EQ(channelIdsAskedFor(openRequests.last()), live) << openRequests.last().toStdString();
+    // As cuts arrive, the open list is told its rows changed.
+    EXPECT_FALSE(open.items(QStringLiteral("changed")).isEmpty());
+
+    // Held back: a row shows the track the listener hears, the one on air 160 s ago, never a
+    // later one. Before the library has a cut that old, the row keeps the channel's name.
+    {
+        const Step held = run.step("heldBack");
+        const qint64 shownAt = held.lists().value(0).atMs;
+        int withCut = 0;
+        for (const QJsonValue& value : rowsOf(held.list())) {
+            const QJsonObject row = value.toObject();
+            const sxm::service::Channel* channel = channelById(row.value("id").toString());
+            ASSERT_NE(channel, nullptr);
+            const QString title = row.value("title").toString();
+            if (channel->xtra) {
+                EXPECT_EQ(title, qs(channel->name)) << "Xtra channels have no program data";
+                continue;
+            }
+            const qint64 from = openedAt - kCutDelayMs - kSlackMs;
+            const qint64 to = shownAt - kCutDelayMs + kSlackMs;
+            const QStringList heard = cutTextsBetween(*channel, from, to);
+            if (heard.contains(title)) {
+                ++withCut;
+                continue;
+            }
+            // The library sends the track before the one on air, the one on air and the next:
+            // the listener's track may be older than all three.
+            const bool olderThanTheCuts =
+                catalog().liveTrackIndexAt(*channel, from) <
+                catalog().liveTrackIndexAt(*channel, shownAt + kSlackMs) - 1;
+            EXPECT_TRUE(olderThanTheCuts && title == qs(channel->name))
+                << channel->id << " shows \"" << title.toStdString()
+                << "\"; the listener hears one of \"" << heard.join("\", \"").toStdString() << "\"";
+        }
+        EXPECT_GE(withCut, int(live.size()) / 2) << "too few rows show what plays";
+    }
+
+    // Cuts stamped 160 s earlier are due at once: every live row shows the track on air now.
+    QMap<QString, QString> onAirTitles;
+    {
+        const Step onAir = run.step("onAir");
+        const qint64 faultAt = onAir.startMs;
+        const qint64 shownAt = onAir.lists().value(0).atMs;
+        for (const QJsonValue& value : rowsOf(onAir.list())) {
+            const QJsonObject row = value.toObject();
+            const sxm::service::Channel* channel = channelById(row.value("id").toString());
+            ASSERT_NE(channel, nullptr);
+            if (channel->xtra)
+                continue;
+            const QString title = row.value("title").toString();
+            onAirTitles.insert(qs(channel->id), title);
+            const QStringList playing =
+                cutTextsBetween(*channel, faultAt - kSlackMs, shownAt + kSlackMs);
+            EXPECT_TRUE(playing.contains(title))
+                << channel->id << " shows \"" << title.toStdString() << "\"; on air: \""
+                << playing.join("\", \"").toStdString() << "\"";
+        }
+        EXPECT_EQ(onAirTitles.size(), int(live.size())) << run.diagnostics();
+    }
+
+    // The schedule moves on: once the next track's cut is due, every live row shows it.
+    {
+        const Step next = run.step("next");
+        const qint64 faultAt = next.startMs;
+        const qint64 shownAt = next.lists().value(0).atMs;
+        int movedOn = 0;
+        for (const QJsonValue& value : rowsOf(next.list())) {
+            const QJsonObject row = value.toObject();
+            const sxm::service::Channel* channel = channelById(row.value("id").toString());
+            ASSERT_NE(channel, nullptr);
+            if (channel->xtra)
+                continue;
+            const QString title = row.value("title").toString();
+            const QStringList coming =
+                nextCutTextsBetween(*channel, faultAt - kSlackMs, shownAt + kSlackMs);
+            EXPECT_TRUE(coming.contains(title))
+                << channel->id << " shows \"" << title.toStdString() << "\"; next: \""
+                << coming.join("\", \"").toStdString() << "\"";
+            movedOn += title != onAirTitles.value(qs(channel->id));
+        }
+        EXPECT_GE(movedOn, int(live.size()) / 2);
+    }
+
+    // The list by name keeps the channels' names while their cuts are current.
+    {
+        const QJsonObject byName = run.step("byName").list();
+        EXPECT_EQ(rowsOf(byName).size(), rowsOf(opened).size());
+        for (const QJsonValue& value : rowsOf(byName)) {
+            const QJsonObject row = value.toObject();
+            const sxm::service::Channel* channel = channelById(row.value("id").toString());
+            ASSERT_NE(channel, nullptr);
+            EXPECT_EQ(row.value("title").toString(), qs(channel->name));
+        }
+        EXPECT_EQ(cutRequests(run.step("stopped")), QStringList())
+            << "the library still polls program data with no list open that shows it";
+    }
+
+    // A genre list asks for its genre; the favourites for their live channels.
+    {
+        const QStringList genre = cutRequests(run.step("genre"));
+        ASSERT_FALSE(genre.isEmpty()) << run.diagnostics();
+        EXPECT_EQ(genre.last(), QStringLiteral("GET /api/v1/pdt/cuts?genre=%1").arg(genreKey));
+
+        const Step favorites = run.step("favorites");
+        const QStringList asked = cutRequests(favorites);
+        ASSERT_FALSE(asked.isEmpty()) << run.diagnostics();
+        const std::set<QString> favoriteLive = liveIds(favorites.list());
+        EXPECT_FALSE(favoriteLive.empty());
+        EXPECT_EQ(channelIdsAskedFor(asked.last()), favoriteLive) << asked.last().toStdString();
+    }
+    EXPECT_EQ(run.exitCode, 0) << run.diagnostics();
+}
