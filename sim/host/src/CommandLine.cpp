@@ -215,6 +215,8 @@ Commands:
   setting PATH [JSON]        read, or write as the device's settings screen would, a value of
                              the host's value tree, e.g. setting /settings/sirius/tuneStart
                              '{"type":1,"value":false}'
+  activate PATH|LIST#N       activate an action: a path, or what row N of a list leads to
+                             (e.g. the first entry of a context menu)
   burst PATH...              send a rows request for every PATH at once; print each answer as
                              it arrives (the order the module answered in)
   service fault JSON | service ACTION | service requests ENDPOINT

@@ -571,6 +571,7 @@ const QHash<QString, Session::Command>& Session::commands()
         {QStringLiteral("demo"), &Session::cmdDemo},
         {QStringLiteral("setting"), &Session::cmdSetting},
         {QStringLiteral("burst"), &Session::cmdBurst},
+        {QStringLiteral("activate"), &Session::cmdActivate},
         {QStringLiteral("service"), &Session::cmdService},
     };
     return table;
@@ -1066,6 +1067,43 @@ bool Session::cmdBurst(const CommandArgs& args)
     const int expected = requests.size();
     waitUntil([&tally, expected] { return tally->answered == expected; });
     return tally->allSucceeded;
+}
+
+bool Session::cmdActivate(const CommandArgs& args)
+{
+    if (!checkArgs(args, 1, 1, {}, QStringLiteral("activate PATH|LIST#N")))
+        return false;
+    const QString text = args.arg(0);
+    const int hash = text.lastIndexOf(QLatin1Char('#'));
+    CMPath target;
+    QString title;
+    if (hash > 0) {
+        // The action a row offers, taken from the list as the module shows it now.
+        CMPath list;
+        int number = 0;
+        RowsPage page;
+        if (!parsePath(text.left(hash), &list) ||
+            !parseCount(text.mid(hash + 1), QStringLiteral("The row number"), &number) ||
+            !readRows(list, 0, -1, &page))
+            return false;
+        if (number < 1 || number > page.rows.size() || page.rows.at(number - 1).path().isEmpty()) {
+            reportError(
+                QStringLiteral("Usage"),
+                QStringLiteral("%1 has no row %2 with a path").arg(list.toEncoded()).arg(number));
+            return false;
+        }
+        target = page.rows.at(number - 1).path();
+        title = page.rows.at(number - 1).title();
+    } else if (!parsePath(text, &target)) {
+        return false;
+    }
+    if (!activate(target))
+        return false;
+    m_output.item(
+        QStringLiteral("activated"),
+        QJsonObject{{QStringLiteral("path"), target.toEncoded()}, {QStringLiteral("title"), title}},
+        QStringLiteral("Activated %1").arg(title.isEmpty() ? target.toEncoded() : title));
+    return true;
 }
 
 bool Session::cmdService(const CommandArgs& args)

@@ -114,6 +114,7 @@ private:
     bool cmdDemo(const CommandArgs& args);
     bool cmdSetting(const CommandArgs& args);
     bool cmdBurst(const CommandArgs& args);
+    bool cmdActivate(const CommandArgs& args);
     bool cmdService(const CommandArgs& args);
 
     bool checkArgs(const CommandArgs& args, int minimum, int maximum, const QStringList& options,
