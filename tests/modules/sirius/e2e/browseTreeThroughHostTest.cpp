@@ -237,7 +237,7 @@ TEST_F(BrowseThroughHost, TheFullFeaturedTreeFromTheRootDownToEpisodesMenusAndSe
     // The root: the fixed entries in their order, the "Channels" header, then one list per genre
     // by the service's sort order, each announcing its channel count and offering its category's
     // menu.
-    {
+    [&] {
         const QJsonObject root = run.step("root").list();
         QStringList expected{"Recent",        "All Channels", "All Channels (A-Z)", "On demand",
                              "Xtra Channels", "ForYou",       "Favorites",          "Channels"};
@@ -261,7 +261,7 @@ TEST_F(BrowseThroughHost, TheFullFeaturedTreeFromTheRootDownToEpisodesMenusAndSe
             EXPECT_EQ(text(row, "context"), paths::context(qs(count.genre->key), QString(),
                                                            QString(), QStringLiteral("Category")));
         }
-    }
+    }();
 
     // All Channels: every channel of the line-up once; the live ones by number, each row
     // "Ch N • description" with the add/remove-favourite menu of that channel.
@@ -287,7 +287,7 @@ TEST_F(BrowseThroughHost, TheFullFeaturedTreeFromTheRootDownToEpisodesMenusAndSe
         }
         return ids;
     };
-    {
+    [&] {
         const QJsonObject all = run.step("all").list();
         EXPECT_EQ(all.value("title").toString(), QStringLiteral("All Channels"));
         EXPECT_EQ(checkChannelRows(all, "All Channels").size(), first.size());
@@ -299,19 +299,19 @@ TEST_F(BrowseThroughHost, TheFullFeaturedTreeFromTheRootDownToEpisodesMenusAndSe
         }
         EXPECT_EQ(numbers.size(), int(catalog().channels().size()));
         EXPECT_TRUE(std::is_sorted(numbers.begin(), numbers.end()));
-    }
+    }();
 
     // All Channels (A-Z): the same channels by name.
-    {
+    [&] {
         const QJsonObject byName = run.step("byName").list();
         EXPECT_EQ(checkChannelRows(byName, "A-Z").size(), first.size());
         const QStringList titles = titlesOf(byName);
         EXPECT_TRUE(std::is_sorted(titles.begin(), titles.end()))
             << titles.join(", ").toStdString();
-    }
+    }();
 
     // A genre: the channels listed in it (live and Xtra), by the genre record's sort order.
-    {
+    [&] {
         const QJsonObject genre = run.step("genre").list();
         EXPECT_EQ(genre.value("title").toString(), firstGenreName);
         std::map<QString, int> sortOrders;
@@ -338,11 +338,11 @@ TEST_F(BrowseThroughHost, TheFullFeaturedTreeFromTheRootDownToEpisodesMenusAndSe
         EXPECT_EQ(rowsOf(menu).at(0).toObject().value("type").toInt(), kLink);
         EXPECT_TRUE(sameNode(text(rowsOf(menu).at(0).toObject(), "path"),
                              paths::onDemand(QString(), firstGenreKey, QString())));
-    }
+    }();
 
     // Xtra Channels: one list per genre that has Xtra channels, counting only those, without a
     // category menu; inside, the Xtra channels of the genre.
-    {
+    [&] {
         const QJsonObject xtra = run.step("xtra").list();
         QStringList expected;
         for (const GenreCount& count : genres) {
@@ -374,10 +374,10 @@ TEST_F(BrowseThroughHost, TheFullFeaturedTreeFromTheRootDownToEpisodesMenusAndSe
             }
         }
         EXPECT_EQ(ids, expectedIds);
-    }
+    }();
 
     // On demand: the genres in the root's order; a genre's shows grouped under their channels.
-    {
+    [&] {
         const QJsonObject onDemands = run.step("onDemands").list();
         QStringList expected;
         for (const GenreCount& count : genres)
@@ -453,11 +453,11 @@ TEST_F(BrowseThroughHost, TheFullFeaturedTreeFromTheRootDownToEpisodesMenusAndSe
         const QJsonObject none = run.step("noShows").list(1);
         ASSERT_EQ(titlesOf(none), QStringList{"No shows available"});
         EXPECT_EQ(rowsOf(none).at(0).toObject().value("type").toInt(), kPlaceholder);
-    }
+    }();
 
     // Context menus: a channel offers its favourite action and its shows; an episode or a show
     // only the favourite action; the recent list the clearing of recently played content.
-    {
+    [&] {
         const Step menus = run.step("menus");
         ASSERT_EQ(menus.lists().size(), 5) << run.diagnostics();
         const QJsonObject favorite = menus.list(0);
@@ -482,10 +482,10 @@ TEST_F(BrowseThroughHost, TheFullFeaturedTreeFromTheRootDownToEpisodesMenusAndSe
         ASSERT_EQ(titlesOf(recent), QStringList{"Clear recently played content"});
         EXPECT_EQ(rowsOf(recent).at(0).toObject().value("type").toInt(), kAction);
         EXPECT_EQ(pathOf(rowsOf(recent).at(0).toObject()), MivoSiriusClearRecentsPath());
-    }
+    }();
 
     // Search: each search its own numbered result list, split into titled sections.
-    {
+    [&] {
         const Step search = run.step("search");
         ASSERT_EQ(search.lists().size(), 2) << run.diagnostics();
         EXPECT_EQ(search.list(0).value("path").toString(),
@@ -499,7 +499,7 @@ TEST_F(BrowseThroughHost, TheFullFeaturedTreeFromTheRootDownToEpisodesMenusAndSe
         const QJsonObject category = rowWhere(search.list(0), "title", QStringLiteral("Pop"));
         EXPECT_TRUE(sameNode(text(category, "path"),
                              paths::genre(QStringLiteral("Pop"), QStringLiteral("pop"))));
-    }
+    }();
     EXPECT_EQ(run.exitCode, 0) << run.diagnostics();
 }
 

@@ -1,0 +1,287 @@
+// For You, Favorites and Recent as a device sees them: the built module in the built mivo-host
+// against the embedded service, whose admin actions change the lists as another device would and
+// whose faults put it in bypass mode or make it fail.
+
+#include "expected.h"
+#include "hostScript.h"
+
+#include <mivosdk/CMPath.h>
+#include <mivosdk/MivoPaths.h>
+
+#include <map>
+#include <set>
+
+using namespace e2e;
+
+namespace {
+
+constexpr int kSectionHeader = 103;
+
+QString browse(const char* segment)
+{
+    return MivoSiriusBrowsePath().subpath(QLatin1String(segment)).toEncoded();
+}
+
+/// The rows of a list grouped under its section headers: header title to the rows' ids.
+std::map<QString, QStringList> idsBySection(const QJsonObject& list)
+{
+    std::map<QString, QStringList> sections;
+    QString header;
+    for (const QJsonValue& value : rowsOf(list)) {
+        const QJsonObject row = value.toObject();
+        if (row.value("type").toInt() == kSectionHeader)
+            header = row.value("title").toString();
+        else
+            sections[header] << row.value("id").toString();
+    }
+    return sections;
+}
+
+std::set<QString> rowIds(const QJsonObject& list)
+{
+    std::set<QString> ids;
+    for (const QJsonValue& value : rowsOf(list)) {
+        if (value.toObject().value("type").toInt() != kSectionHeader)
+            ids.insert(value.toObject().value("id").toString());
+    }
+    return ids;
+}
+
+/// The id a row of a personal list carries: channels and episodes name their channel, shows and
+/// categories their own asset.
+QString rowId(const sxm::service::Content& record)
+{
+    if (record.assetType == sxm::service::AssetType::Show)
+        return qs(record.assetGuid);
+    return qs(record.channelId);
+}
+
+/// For You's categories as the module groups them. Xtra channels are shown through their
+/// line-up rows, as in every personal list, so they fall under the line-up record's category.
+std::map<QString, QStringList> forYouGroups()
+{
+    std::map<QString, QStringList> groups;
+    for (const sxm::service::Content& item : catalog().forYou()) {
+        QString category = qs(item.category);
+        if (item.assetType == sxm::service::AssetType::XtraChannel)
+            category = qs(channelById(qs(item.channelId))->records.front().category);
+        groups[category] << rowId(item);
+    }
+    return groups;
+}
+
+QString segmentOf(QString category)
+{
+    return category.remove(QLatin1Char(' ')).remove(QLatin1Char('\''));
+}
+
+QString contextOf(const sxm::service::Channel& channel)
+{
+    return paths::context(qs(channel.name), qs(channel.id), qs(channel.assetGuid),
+                          QStringLiteral("LiveChannel"));
+}
+
+/// The favourite action a channel's context menu offers: the favourite path with the menu's
+/// parameters.
+QString favoriteActionOf(const sxm::service::Channel& channel)
+{
+    CMPath action = MivoSiriusFavoritePath();
+    action.setParams(CMPath::fromEncoded(contextOf(channel)).paramList());
+    return action.toEncoded();
+}
+
+QStringList popupLines(const QJsonObject& popup)
+{
+    QStringList lines;
+    for (const QJsonValue& line : popup.value("lines").toArray())
+        lines << line.toString();
+    return lines;
+}
+
+class PersonalListsThroughHost : public HostTest
+{
+};
+
+} // namespace
+
+TEST_F(PersonalListsThroughHost, ForYouFavoritesAndRecentFollowTheServiceAndTheMenus)
+{
+    const std::map<QString, QStringList> groups = forYouGroups();
+    ASSERT_FALSE(groups.empty());
+    const QString someGroup = groups.rbegin()->first;
+    const sxm::service::Channel& newFavorite = catalog().channels().at(1);
+
+    Script script;
+    script.step("forYou").rows("browse").rows(browse("forYou"));
+    script.step("forYouGroup").rows(browse("forYou") + QLatin1Char('/') + segmentOf(someGroup));
+    script.step("favorites").rows(browse("favorite"));
+    script.step("recent").rows(browse("recent"));
+    script.step("clear")
+        .rows(paths::recentContext())
+        .line(QStringLiteral("activate \"%1#1\"").arg(paths::recentContext()))
+        .rows(browse("recent"));
+    // Changes made elsewhere reach the open list through the service's refresh events.
+    script.step("recentRefresh").line("service changeRecents").wait(7).rows(browse("recent"));
+    script.step("favoritesBefore").rows(browse("favorite"));
+    script.step("favoritesRefresh")
+        .line("service changeFavorites")
+        .wait(7)
+        .rows(browse("favorite"));
+    // The context menu adds a channel to the favorites, and then offers to remove it.
+    script.step("add")
+        .rows(contextOf(newFavorite))
+        .line(QStringLiteral("activate \"%1#1\"").arg(contextOf(newFavorite)))
+        .wait(2)
+        .rows(browse("favorite"))
+        .line("service requests favorites.update");
+    script.step("remove")
+        .rows(contextOf(newFavorite))
+        .line(QStringLiteral("activate \"%1#1\"").arg(contextOf(newFavorite)))
+        .wait(2)
+        .rows(browse("favorite"))
+        .line("service requests favorites.update");
+    const HostRun run = runScript(script);
+    ASSERT_FALSE(run.timedOut) << run.diagnostics();
+
+    // For You: one row per category in alphabetical order, each leading to a list whose path
+    // segment is the category without blanks and apostrophes.
+    [&] {
+        const QJsonObject forYou = run.step("forYou").list(1);
+        QStringList expected;
+        for (const auto& group : groups)
+            expected << group.first;
+        EXPECT_EQ(titlesOf(forYou), expected) << run.diagnostics();
+        for (const QJsonValue& value : rowsOf(forYou)) {
+            const QJsonObject row = value.toObject();
+            EXPECT_EQ(row.value("path").toString(), browse("forYou") + QLatin1Char('/') +
+                                                        segmentOf(row.value("title").toString()));
+        }
+        const QJsonObject group = run.step("forYouGroup").list();
+        EXPECT_EQ(group.value("title").toString(), someGroup);
+        QStringList ids;
+        for (const QJsonValue& value : rowsOf(group))
+            ids << value.toObject().value("id").toString();
+        EXPECT_EQ(ids, groups.at(someGroup));
+    }();
+
+    // Favorites in sections: the account's channels (live and Xtra), then its show.
+    [&] {
+        const std::map<QString, QStringList> sections = idsBySection(run.step("favorites").list());
+        const std::map<QString, QStringList> expected{
+            {QStringLiteral("Channels"),
+             {qs(catalog().channels().at(0).id), qs(catalog().channels().at(3).id),
+              qs(catalog().xtraChannels().at(0).id)}},
+            {QStringLiteral("Shows"), {qs(catalog().shows().at(0).record.assetGuid)}}};
+        EXPECT_EQ(sections, expected) << run.diagnostics();
+    }();
+
+    // Recent: what was played, newest first; cleared from its menu, it says so.
+    [&] {
+        const QJsonObject recent = run.step("recent").list();
+        const sxm::service::Episode& episode = catalog().episodes().at(0);
+        EXPECT_EQ(titlesOf(recent),
+                  (QStringList{qs(catalog().channels().at(1).name), qs(episode.record.title)}));
+        const Step clear = run.step("clear");
+        EXPECT_EQ(titlesOf(clear.list(0)), QStringList{"Clear recently played content"});
+        EXPECT_EQ(clear.items("activated").size(), 1) << run.diagnostics();
+        EXPECT_EQ(titlesOf(clear.list(1)), QStringList{"No recently played channels"});
+
+        const Step refreshed = run.step("recentRefresh");
+        EXPECT_FALSE(refreshed.items("changed").isEmpty()) << "the open recent list was not told";
+        const QJsonObject after = refreshed.list();
+        ASSERT_EQ(rowsOf(after).size(), 1) << titlesOf(after).join(", ").toStdString();
+        EXPECT_NE(channelById(rowsOf(after).at(0).toObject().value("id").toString()), nullptr);
+    }();
+
+    // A favourite added elsewhere: the open list is told, and shows it when read again.
+    [&] {
+        const std::set<QString> before = rowIds(run.step("favoritesBefore").list());
+        const Step refreshed = run.step("favoritesRefresh");
+        EXPECT_FALSE(refreshed.items("changed").isEmpty()) << "the open favorites were not told";
+        std::set<QString> after = rowIds(refreshed.list());
+        std::set<QString> difference;
+        std::set_symmetric_difference(before.begin(), before.end(), after.begin(), after.end(),
+                                      std::inserter(difference, difference.end()));
+        EXPECT_EQ(difference.size(), 1u) << run.diagnostics();
+    }();
+
+    // Add to favorites, then remove: the service is told each time and the list follows.
+    [&] {
+        const QString id = qs(newFavorite.id);
+        const Step add = run.step("add");
+        EXPECT_EQ(titlesOf(add.list(0)).value(0), QStringLiteral("Add to favorites"));
+        EXPECT_EQ(add.items("activated").size(), 1) << run.diagnostics();
+        EXPECT_EQ(rowIds(add.list(1)).count(id), 1u) << "not added: " << id.toStdString();
+        const QJsonArray added = add.items("service").value(0).value("requests").toArray();
+        ASSERT_EQ(added.size(), 1) << run.diagnostics();
+        EXPECT_TRUE(added.at(0).toString().contains(QStringLiteral("\"changeType\":0")))
+            << added.at(0).toString().toStdString();
+    }();
+    [&] {
+        const QString id = qs(newFavorite.id);
+        const Step remove = run.step("remove");
+        EXPECT_EQ(titlesOf(remove.list(0)).value(0), QStringLiteral("Remove from favorites"));
+        EXPECT_EQ(rowIds(remove.list(1)).count(id), 0u) << "still a favorite: " << id.toStdString();
+        const QJsonArray removed = remove.items("service").value(0).value("requests").toArray();
+        ASSERT_EQ(removed.size(), 1) << run.diagnostics();
+        EXPECT_TRUE(removed.at(0).toString().contains(QStringLiteral("\"changeType\":1")))
+            << removed.at(0).toString().toStdString();
+    }();
+    EXPECT_EQ(run.exitCode, 0) << run.diagnostics();
+}
+
+TEST_F(PersonalListsThroughHost, BypassModeAndALostServiceExplainThemselves)
+{
+    const sxm::service::Channel& channel = catalog().channels().at(1);
+    Script script;
+    script.step("enter")
+        .rows("browse")
+        .line(R"(service fault {"bypass": {"isGupUnavailable": true}})")
+        .wait(7);
+    script.step("inBypass")
+        .rows(browse("recent"))
+        .rows(browse("favorite"))
+        .rows(browse("forYou"))
+        .line(QStringLiteral("activate \"%1\"").arg(favoriteActionOf(channel)));
+    // Leaving bypass; a refresh makes For You fetch again (it does not retry a failed fetch).
+    script.step("leave")
+        .rows("browse")
+        .line(R"(service fault {"bypass": {"isGupUnavailable": false}})")
+        .line("service changeRecents")
+        .wait(7);
+    script.step("offline")
+        .line(
+            R"(service fault {"endpoints": {"recents": {"status": 503}, "favorites": {"status": 503}, "foryou": {"status": 503}}})")
+        .rows(browse("recent"))
+        .rows(browse("favorite"))
+        .rows(browse("forYou"));
+    const HostRun run = runScript(script);
+    ASSERT_FALSE(run.timedOut) << run.diagnostics();
+
+    const QJsonObject entered = run.step("enter").items("popup").value(0);
+    EXPECT_EQ(entered.value("title").toString(), QStringLiteral("Bypass status"))
+        << run.diagnostics();
+    EXPECT_EQ(popupLines(entered),
+              QStringList{"Server update in process. Some of your settings and preferences are "
+                          "currently unavailable.  They will be restored as soon as possible."});
+    EXPECT_EQ(entered.value("priority").toInt(), 4);
+    EXPECT_EQ(entered.value("timeoutMs").toInt(), 6000);
+
+    EXPECT_EQ(
+        run.step("inBypass").errors(),
+        (QStringList{"Bypass mode. Recents disabled.", "Favorite shows currently not available",
+                     "ForYou currently not available", "Bypass mode. Favorites disabled."}))
+        << run.diagnostics();
+
+    const QJsonObject left = run.step("leave").items("popup").value(0);
+    EXPECT_EQ(left.value("title").toString(), QStringLiteral("Bypass status"));
+    EXPECT_EQ(
+        popupLines(left),
+        QStringList{"System update complete. Your settings and preferences are available again."});
+
+    EXPECT_EQ(run.step("offline").errors(),
+              (QStringList{"Error getting recents. Please check your internet connection",
+                           "Error getting favorites. Please check your internet connection",
+                           "Error getting ForYou. Please check your internet connection"}))
+        << run.diagnostics();
+}
