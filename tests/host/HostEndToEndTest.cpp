@@ -44,10 +44,9 @@ QList<int> streamerStates(const HostProcess::Result& result)
 /// Where `played` differs from the pattern's start, or -1 when it is a prefix of it.
 qint64 firstDifference(const QByteArray& played, const QByteArray& pattern)
 {
-    for (qint64 i = 0; i < played.size(); ++i) {
+    for (qint64 i = 0; i < played.size(); ++i)
         if (i >= pattern.size() || played.at(int(i)) != pattern.at(int(i)))
             return i;
-    }
     return -1;
 }
 
@@ -60,95 +59,71 @@ std::string streamAsText(const HostProcess::Result& result)
         .toStdString();
 }
 
+QJsonValue first(const HostProcess::Result& result, const char* item, const char* key)
+{
+    return result.items(QString::fromLatin1(item)).value(0).value(QString::fromLatin1(key));
+}
+
 } // namespace
 
 TEST(HostModuleLoading, MissingFileAndMissingSymbolAreClearErrors)
 {
     HostProcess host;
-    const auto missing = host.run({QStringLiteral("--module"), host.file(QStringLiteral("nope.so")),
-                                   QStringLiteral("rows"), QStringLiteral("browse")});
+    const auto missing = host.run("--module " + host.file("nope.so") + " rows browse");
     EXPECT_EQ(missing.exitCode, 1);
-    ASSERT_EQ(missing.items(QStringLiteral("error")).size(), 1) << streamAsText(missing);
-    EXPECT_EQ(missing.items(QStringLiteral("error")).first().value(QStringLiteral("name")),
-              QStringLiteral("ModuleLoad"));
-    EXPECT_TRUE(missing.items(QStringLiteral("error"))
-                    .first()
-                    .value(QStringLiteral("message"))
-                    .toString()
-                    .startsWith(QStringLiteral("Module not found")));
+    ASSERT_EQ(missing.items("error").size(), 1) << streamAsText(missing);
+    EXPECT_EQ(missing.error("name"), "ModuleLoad");
+    EXPECT_TRUE(missing.error("message").toString().startsWith("Module not found"));
 
-    const auto noSymbol =
-        host.run({QStringLiteral("--module"), QStringLiteral(MIVO_TEST_NOSYMBOL_MODULE),
-                  QStringLiteral("rows"), QStringLiteral("browse")});
+    const auto noSymbol = host.run("--module " MIVO_TEST_NOSYMBOL_MODULE " rows browse");
     EXPECT_EQ(noSymbol.exitCode, 1);
-    ASSERT_EQ(noSymbol.items(QStringLiteral("error")).size(), 1) << streamAsText(noSymbol);
-    EXPECT_TRUE(noSymbol.items(QStringLiteral("error"))
-                    .first()
-                    .value(QStringLiteral("message"))
-                    .toString()
-                    .contains(QStringLiteral("does not export worker_create")));
+    ASSERT_EQ(noSymbol.items("error").size(), 1) << streamAsText(noSymbol);
+    EXPECT_TRUE(noSymbol.error("message").toString().contains("does not export worker_create"));
 }
 
 TEST(HostRows, ListsPagesAndUnknownPaths)
 {
     HostProcess host;
-    const auto all = host.run({QStringLiteral("rows"), QStringLiteral("/test/items")});
+    const auto all = host.run("rows /test/items");
     EXPECT_EQ(all.exitCode, 0) << streamAsText(all);
     ASSERT_EQ(all.lists().size(), 1);
     const QJsonObject list = all.lists().first();
-    EXPECT_EQ(list.value(QStringLiteral("title")), QStringLiteral("Test items"));
-    EXPECT_EQ(list.value(QStringLiteral("total")), 24);
+    EXPECT_EQ(list.value("title"), "Test items");
+    EXPECT_EQ(list.value("total"), 24);
     EXPECT_EQ(titles(list).mid(0, 4), (QStringList{"Pattern", "AAC", "Endless", "Breaking"}));
-    const QJsonObject first = list.value(QStringLiteral("rows")).toArray().first().toObject();
-    EXPECT_EQ(first.value(QStringLiteral("path")),
-              QStringLiteral("/test/items/pattern?bytes=200000"));
-    EXPECT_EQ(first.value(QStringLiteral("type")), 3);
+    const QJsonObject firstRow = list.value("rows").toArray().first().toObject();
+    EXPECT_EQ(firstRow.value("path"), "/test/items/pattern?bytes=200000");
+    EXPECT_EQ(firstRow.value("type"), 3);
 
-    const auto page =
-        host.run({QStringLiteral("rows"), QStringLiteral("/test/items"), QStringLiteral("--offset"),
-                  QStringLiteral("20"), QStringLiteral("--count"), QStringLiteral("10")});
+    const auto page = host.run("rows /test/items --offset 20 --count 10");
     ASSERT_EQ(page.lists().size(), 1) << streamAsText(page);
-    EXPECT_EQ(page.lists().first().value(QStringLiteral("offset")), 20);
+    EXPECT_EQ(page.lists().first().value("offset"), 20);
     EXPECT_EQ(titles(page.lists().first()), (QStringList{"Row 17", "Row 18", "Row 19", "Row 20"}));
 
-    const auto unknown = host.run({QStringLiteral("rows"), QStringLiteral("/no/such/list")});
+    const auto unknown = host.run("rows /no/such/list");
     EXPECT_EQ(unknown.exitCode, 1);
-    ASSERT_EQ(unknown.items(QStringLiteral("error")).size(), 1) << streamAsText(unknown);
-    EXPECT_EQ(unknown.items(QStringLiteral("error")).first().value(QStringLiteral("message")),
-              QStringLiteral("Unknown path: /no/such/list"));
+    ASSERT_EQ(unknown.items("error").size(), 1) << streamAsText(unknown);
+    EXPECT_EQ(unknown.error("message"), "Unknown path: /no/such/list");
 
-    const auto badOffset = host.run({QStringLiteral("rows"), QStringLiteral("/test/items"),
-                                     QStringLiteral("--offset"), QStringLiteral("-3")});
+    const auto badOffset = host.run("rows /test/items --offset -3");
     EXPECT_EQ(badOffset.exitCode, 1);
-    EXPECT_EQ(badOffset.items(QStringLiteral("error")).first().value(QStringLiteral("name")),
-              QStringLiteral("Usage"));
-}
+    EXPECT_EQ(badOffset.error("name"), "Usage");
 
-TEST(HostRows, AnUnansweredRequestEndsWithATimeoutError)
-{
-    HostProcess host;
-    const auto silent = host.run({QStringLiteral("--timeout"), QStringLiteral("0.2"),
-                                  QStringLiteral("rows"), QStringLiteral("/test/silent")});
+    const auto silent = host.run("--timeout 0.2 rows /test/silent");
     EXPECT_EQ(silent.exitCode, 1);
-    ASSERT_EQ(silent.items(QStringLiteral("error")).size(), 1) << streamAsText(silent);
-    const QJsonObject error = silent.items(QStringLiteral("error")).first();
-    EXPECT_EQ(error.value(QStringLiteral("name")), QStringLiteral("Timeout"));
-    EXPECT_TRUE(error.value(QStringLiteral("message"))
-                    .toString()
-                    .contains(QStringLiteral("rows of /test/silent")));
+    ASSERT_EQ(silent.items("error").size(), 1) << streamAsText(silent);
+    EXPECT_EQ(silent.error("name"), "Timeout") << "an unanswered request ends with an error";
+    EXPECT_TRUE(silent.error("message").toString().contains("rows of /test/silent"));
 }
 
 TEST(HostSettings, KeptAcrossRestartsAndCorruptFileMovedAside)
 {
     HostProcess host;
-    const auto set = host.run({QStringLiteral("set"), QStringLiteral("/test/setting"),
-                               QStringLiteral("value"), QStringLiteral("\"kept\"")});
+    const auto set = host.run("set /test/setting value \"kept\"");
     ASSERT_EQ(set.exitCode, 0) << streamAsText(set);
-    const auto read = host.run(
-        {QStringLiteral("data"), QStringLiteral("/test/setting"), QStringLiteral("value")});
-    ASSERT_EQ(read.items(QStringLiteral("data")).size(), 1) << streamAsText(read);
-    EXPECT_EQ(read.items(QStringLiteral("data")).first().value(QStringLiteral("value")),
-              QStringLiteral("kept"));
+    const auto read = host.run("data /test/setting value");
+    ASSERT_EQ(read.items("data").size(), 1) << streamAsText(read);
+    EXPECT_EQ(first(read, "data", "value"), "kept");
     // Defaults stay out of the file: only what was set is there.
     const QByteArray saved = readFile(host.settingsFile());
     EXPECT_TRUE(saved.contains("/settings/test/value"));
@@ -156,13 +131,10 @@ TEST(HostSettings, KeptAcrossRestartsAndCorruptFileMovedAside)
 
     const QByteArray garbage = "{ this is not json";
     writeFile(host.settingsFile(), garbage);
-    const auto afterCorruption = host.run(
-        {QStringLiteral("data"), QStringLiteral("/test/setting"), QStringLiteral("value")});
+    const auto afterCorruption = host.run("data /test/setting value");
     EXPECT_EQ(afterCorruption.exitCode, 0) << streamAsText(afterCorruption);
-    EXPECT_TRUE(afterCorruption.errors.contains(QStringLiteral("corrupt")))
-        << afterCorruption.errors.toStdString();
-    EXPECT_EQ(afterCorruption.items(QStringLiteral("data")).first().value(QStringLiteral("value")),
-              QString());
+    EXPECT_TRUE(afterCorruption.errors.contains("corrupt")) << afterCorruption.errors.toStdString();
+    EXPECT_EQ(first(afterCorruption, "data", "value"), QString());
     const QStringList aside = QDir(QFileInfo(host.settingsFile()).absolutePath())
                                   .entryList({QStringLiteral("settings.json.corrupt-*")});
     ASSERT_EQ(aside.size(), 1);
@@ -172,38 +144,30 @@ TEST(HostSettings, KeptAcrossRestartsAndCorruptFileMovedAside)
 TEST(HostPlayback, PlayedBytesArriveExactlyInOut)
 {
     HostProcess host;
-    const QString out = host.file(QStringLiteral("pattern.bin"));
-    const auto plain =
-        host.run({QStringLiteral("--speed"), QStringLiteral("100"), QStringLiteral("play"),
-                  QStringLiteral("/test/items#1"), QStringLiteral("--out"), out,
-                  QStringLiteral("--seconds"), QStringLiteral("60")});
+    const QString out = host.file("pattern.bin");
+    const auto plain = host.run("--speed 100 play /test/items#1 --out " + out + " --seconds 60");
     EXPECT_EQ(plain.exitCode, 0) << streamAsText(plain);
     EXPECT_EQ(readFile(out), testpattern::bytes(0, 200000));
-    ASSERT_EQ(plain.items(QStringLiteral("played")).size(), 1) << streamAsText(plain);
-    EXPECT_EQ(plain.items(QStringLiteral("played")).first().value(QStringLiteral("bytes")), 200000);
+    ASSERT_EQ(plain.items("played").size(), 1) << streamAsText(plain);
+    EXPECT_EQ(first(plain, "played", "bytes"), 200000);
     // 200000 bytes at the default 16000 bytes/s.
-    EXPECT_EQ(plain.items(QStringLiteral("played")).first().value(QStringLiteral("ms")), 12500);
+    EXPECT_EQ(first(plain, "played", "ms"), 12500);
     EXPECT_TRUE(streamerStates(plain).contains(2));
     EXPECT_EQ(streamerStates(plain).last(), 0);
 
-    const QString aac = host.file(QStringLiteral("aac.bin"));
-    const auto adts =
-        host.run({QStringLiteral("--speed"), QStringLiteral("100"), QStringLiteral("play"),
-                  QStringLiteral("/test/items#2"), QStringLiteral("--out"), aac,
-                  QStringLiteral("--seconds"), QStringLiteral("60")});
+    const QString aac = host.file("aac.bin");
+    const auto adts = host.run("--speed 100 play /test/items#2 --out " + aac + " --seconds 60");
     EXPECT_EQ(adts.exitCode, 0) << streamAsText(adts);
     const int frames = 51200 / testpattern::AdtsFrameBytes;
     EXPECT_EQ(readFile(aac), testpattern::adtsFrames(frames));
     // Paced by the ADTS headers: 1024 samples a frame at 44.1 kHz.
-    EXPECT_EQ(adts.items(QStringLiteral("played")).first().value(QStringLiteral("ms")).toInt(),
+    EXPECT_EQ(first(adts, "played", "ms").toInt(),
               frames * 1024 * 1000 / testpattern::AdtsSampleRate);
 
     // A queue of 4096 bytes holds the sender back again and again; nothing may be lost.
-    const QString small = host.file(QStringLiteral("small.bin"));
+    const QString small = host.file("small.bin");
     const auto backPressure =
-        host.run({QStringLiteral("--speed"), QStringLiteral("100"), QStringLiteral("play"),
-                  QStringLiteral("/test/more#1"), QStringLiteral("--out"), small,
-                  QStringLiteral("--seconds"), QStringLiteral("60")});
+        host.run("--speed 100 play /test/more#1 --out " + small + " --seconds 60");
     EXPECT_EQ(backPressure.exitCode, 0) << streamAsText(backPressure);
     EXPECT_EQ(readFile(small), testpattern::bytes(0, 100000));
 }
@@ -211,20 +175,11 @@ TEST(HostPlayback, PlayedBytesArriveExactlyInOut)
 TEST(HostPlayback, PauseResumeAndStopInTheShell)
 {
     HostProcess host;
-    const QString out = host.file(QStringLiteral("endless.bin"));
-    const QByteArray input = "open /test/items\n"
-                             "play 3 --out " +
-                             out.toUtf8() +
-                             "\n"
-                             "wait 1\n"
-                             "pause\n"
-                             "wait 1\n"
-                             "pause\n"
-                             "wait 1\n"
-                             "stop\n"
-                             "quit\n";
+    const QString out = host.file("endless.bin");
     const auto shell =
-        host.run({QStringLiteral("--speed"), QStringLiteral("4"), QStringLiteral("shell")}, input);
+        host.run("--speed 4 shell", "open /test/items\nplay 3 --out " + out.toUtf8() +
+                                        "\nwait 1\npause\nwait 1\npause\n"
+                                        "wait 1\nstop\nquit\n");
     EXPECT_EQ(shell.exitCode, 0) << streamAsText(shell);
     const QList<int> states = streamerStates(shell);
     const int paused = states.indexOf(3);
@@ -244,23 +199,18 @@ TEST(HostPlayback, PauseResumeAndStopInTheShell)
 TEST(HostPlayback, SenderThatVanishesMidStreamGivesTheStreamerError)
 {
     HostProcess host;
-    const QString out = host.file(QStringLiteral("broken.bin"));
-    const auto broken =
-        host.run({QStringLiteral("play"), QStringLiteral("/test/items#4"), QStringLiteral("--out"),
-                  out, QStringLiteral("--seconds"), QStringLiteral("30")});
+    const QString out = host.file("broken.bin");
+    const auto broken = host.run("play /test/items#4 --out " + out + " --seconds 30");
     EXPECT_EQ(broken.exitCode, 1) << streamAsText(broken);
     QJsonObject error;
-    for (const QJsonObject& data : broken.items(QStringLiteral("streamer"))) {
-        if (data.contains(QStringLiteral("error")))
-            error = data.value(QStringLiteral("error")).toObject();
-    }
-    EXPECT_EQ(error.value(QStringLiteral("name")), QStringLiteral("StreamBroken"))
-        << streamAsText(broken);
+    for (const QJsonObject& data : broken.items("streamer"))
+        if (data.contains("error"))
+            error = data.value("error").toObject();
+    EXPECT_EQ(error.value("name"), "StreamBroken") << streamAsText(broken);
     // The play logic sees it too, in its published data.
     bool playLogicSawIt = false;
-    for (const QJsonObject& data : broken.items(QStringLiteral("playlogic")))
-        playLogicSawIt |=
-            data.value(QStringLiteral("error")).toString().contains(QStringLiteral("broke"));
+    for (const QJsonObject& data : broken.items("playlogic"))
+        playLogicSawIt |= data.value("error").toString().contains("broke");
     EXPECT_TRUE(playLogicSawIt);
     EXPECT_EQ(firstDifference(readFile(out), testpattern::bytes(0, 50000)), -1);
 }
@@ -268,7 +218,7 @@ TEST(HostPlayback, SenderThatVanishesMidStreamGivesTheStreamerError)
 TEST(HostScripts, RunExecutesEveryLineInOneProcess)
 {
     HostProcess host;
-    const QString script = host.file(QStringLiteral("script.txt"));
+    const QString script = host.file("script.txt");
     writeFile(script, "# a comment\n"
                       "rows browse\n"
                       "\n"
@@ -277,53 +227,46 @@ TEST(HostScripts, RunExecutesEveryLineInOneProcess)
                       "set /test/setting value \"two words\"\n"
                       "data /test/setting value\n"
                       "idle 42\n");
-    const auto run = host.run({QStringLiteral("run"), script});
+    const auto run = host.run("run " + script);
     EXPECT_EQ(run.exitCode, 1) << streamAsText(run);
     QStringList kinds;
     for (const QJsonObject& line : run.lines)
-        kinds << (line.contains(QStringLiteral("rows")) ? QStringLiteral("rows")
-                                                        : line.keys().first());
+        kinds << (line.contains("rows") ? QStringLiteral("rows") : line.keys().first());
     EXPECT_EQ(kinds, (QStringList{"rows", "error", "rows", "set", "data", "idle"}));
     ASSERT_EQ(run.lists().size(), 2);
     EXPECT_EQ(titles(run.lists().at(1)), (QStringList{"hello", "world"}));
-    EXPECT_EQ(run.items(QStringLiteral("data")).first().value(QStringLiteral("value")),
-              QStringLiteral("two words"));
+    EXPECT_EQ(first(run, "data", "value"), "two words");
 }
 
 TEST(HostScripts, WatchPrintsChangesAndStopsAtACloseNotice)
 {
     HostProcess host;
-    const QString script = host.file(QStringLiteral("watch.txt"));
+    const QString script = host.file("watch.txt");
     writeFile(script, "set /test/grow?delayMs=1000 activate null\n"
                       "set /test/close?delayMs=2500 activate null\n"
                       "watch /test/items 20\n");
-    const auto run = host.run({QStringLiteral("run"), script});
+    const auto run = host.run("run " + script);
     EXPECT_EQ(run.exitCode, 0) << streamAsText(run);
     const QList<QJsonObject> lists = run.lists();
     ASSERT_GE(lists.size(), 2) << streamAsText(run);
-    EXPECT_EQ(lists.first().value(QStringLiteral("total")), 24);
-    EXPECT_EQ(lists.last().value(QStringLiteral("total")), 25);
-    EXPECT_EQ(titles(lists.last()).last(), QStringLiteral("Grown 24"));
-    ASSERT_EQ(run.items(QStringLiteral("closed")).size(), 1) << streamAsText(run);
-    EXPECT_EQ(run.items(QStringLiteral("closed")).first().value(QStringLiteral("path")),
-              QStringLiteral("/test/items"));
+    EXPECT_EQ(lists.first().value("total"), 24);
+    EXPECT_EQ(lists.last().value("total"), 25);
+    EXPECT_EQ(titles(lists.last()).last(), "Grown 24");
+    ASSERT_EQ(run.items("closed").size(), 1) << streamAsText(run);
+    EXPECT_EQ(first(run, "closed", "path"), "/test/items");
 }
 
 TEST(HostShell, OpensGoesBackAndReturnsToTheRootWhenAListCloses)
 {
     HostProcess host;
-    const auto shell =
-        host.run({QStringLiteral("shell")}, "open 1\n"
-                                            "back\n"
-                                            "open 1\n"
-                                            "set /test/close?delayMs=100 activate null\n"
-                                            "wait 1\n"
-                                            "quit\n");
+    const auto shell = host.run("shell", "open 1\nback\nopen 1\n"
+                                         "set /test/close?delayMs=100 activate null\n"
+                                         "wait 1\nquit\n");
     EXPECT_EQ(shell.exitCode, 0) << streamAsText(shell);
     QStringList shown;
     for (const QJsonObject& list : shell.lists())
-        shown << list.value(QStringLiteral("path")).toString();
+        shown << list.value("path").toString();
     EXPECT_EQ(shown, (QStringList{"/sirius/browse", "/test/items", "/sirius/browse", "/test/items",
                                   "/sirius/browse"}));
-    EXPECT_EQ(shell.items(QStringLiteral("closed")).size(), 1);
+    EXPECT_EQ(shell.items("closed").size(), 1);
 }

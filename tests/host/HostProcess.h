@@ -22,6 +22,11 @@ public:
         QList<QJsonObject> items(const QString& name) const;
         /// The list documents (those with "rows").
         QList<QJsonObject> lists() const;
+        /// Field `key` of the first "error" document (undefined when there is none).
+        QJsonValue error(const QString& key) const
+        {
+            return items(QStringLiteral("error")).value(0).value(key);
+        }
     };
 
     HostProcess();
@@ -34,6 +39,11 @@ public:
     /// (module and settings may be overridden in `args`), feeding `input` on standard input.
     Result run(const QStringList& args, const QByteArray& input = QByteArray(),
                int timeoutMs = 60000) const;
+    /// The same with ARGS given as one line split at spaces.
+    Result run(const QString& args, const QByteArray& input = QByteArray()) const
+    {
+        return run(args.split(QLatin1Char(' '), Qt::SkipEmptyParts), input);
+    }
 
 private:
     QTemporaryDir m_dir;
