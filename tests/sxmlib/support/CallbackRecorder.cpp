@@ -34,27 +34,103 @@ Content copyContent(const sxm_content& r)
     return c;
 }
 
+namespace {
+
+ListItem listItem(const sxm_content* item, int index)
+{
+    return {item ? std::optional<Content>(copyContent(*item)) : std::nullopt, index};
+}
+
+} // namespace
+
 sxm_callbacks CallbackRecorder::callbacks()
 {
     sxm_callbacks c{};
     c.context = this;
     c.eventContext = this;
-    c.onError = onError;
-    c.onTrackMetadata = onTrackMetadata;
-    c.onChannelBitrateChanged = onBitrate;
-    c.onChannelBusy = onBusy;
-    c.onChannel = onChannel;
-    c.onShows = onShows;
-    c.onFlush = onFlush;
-    c.onPdtCuts = onPdtCuts;
-    c.onTimebar = onTimebar;
-    c.onEpisodes = onEpisodes;
-    c.onRecents = onRecents;
-    c.onFavorites = onFavorites;
-    c.onGlobalSettings = onGlobalSettings;
-    c.onForYou = onForYou;
-    c.onSearch = onSearch;
-    c.onRefresh = onRefresh;
+    c.onError = [](void* context, sxm_errorNotification* n) {
+        return record(context, [n](Recorded& r) {
+            r.errors.push_back({n->libraryErrorCode, n->responseCode, n->errorStop != 0,
+                                n->isGupUnavailable != 0, n->isGupIdUnavailable != 0,
+                                n->isSearchUnavailable != 0, n->loggedDuringBypass != 0,
+                                text(n->errorString)});
+        });
+    };
+    c.onTrackMetadata = [](void* context, sxm_trackMetadata* m) {
+        return record(context, [m](Recorded& r) {
+            r.tracks.push_back(
+                {text(m->artist), text(m->track), text(m->trackId), text(m->albumArtUrl)});
+        });
+    };
+    c.onChannelBitrateChanged = [](void* context, int bitrate) {
+        return record(context, [bitrate](Recorded& r) { r.bitrates.push_back(bitrate); });
+    };
+    c.onChannelBusy = [](void* context, int busy) {
+        return record(context, [busy](Recorded& r) { r.busy.push_back(busy); });
+    };
+    c.onChannel = [](void* context, sxm_content* channel) {
+        return record(context,
+                      [channel](Recorded& r) { r.channels.push_back(copyContent(*channel)); });
+    };
+    c.onShows = [](void* context, sxm_content* show, int status, int index) {
+        return record(context, [=](Recorded& r) {
+            r.showStatuses.push_back(status);
+            r.shows.push_back(listItem(show, index));
+        });
+    };
+    c.onFlush = [](void* context) {
+        return record(context, [](Recorded& r) {
+            ++r.flushes;
+            r.audioAtFlush = r.audio.size();
+        });
+    };
+    c.onPdtCuts = [](void* context, sxm_pdt_cuts* cuts, int count) {
+        return record(context, [=](Recorded& r) {
+            std::vector<Cut> list;
+            for (int i = 0; i < count; ++i)
+                list.push_back({cuts[i].time, cuts[i].duration, text(cuts[i].channelId),
+                                text(cuts[i].title), text(cuts[i].artist)});
+            r.cutLists.push_back(list);
+        });
+    };
+    c.onTimebar = [](void* context, sxm_timebarData* t) {
+        return record(context, [t](Recorded& r) {
+            r.timebars.push_back({t->startTimestamp, t->currentTimestamp, t->duration,
+                                  t->irNavClass, t->segmentCount});
+        });
+    };
+    c.onEpisodes = [](void* context, const char* showId, sxm_content* episodes, int count) {
+        return record(context, [=](Recorded& r) {
+            ++r.episodeCalls;
+            r.episodesShowId = text(showId);
+            for (int i = 0; i < count; ++i)
+                r.episodes.push_back(copyContent(episodes[i]));
+        });
+    };
+    c.onRecents = [](void* context, sxm_content* item, int index) {
+        return record(context, [=](Recorded& r) { r.recents.push_back(listItem(item, index)); });
+    };
+    c.onFavorites = [](void* context, sxm_content* item, int index) {
+        return record(context, [=](Recorded& r) { r.favorites.push_back(listItem(item, index)); });
+    };
+    c.onGlobalSettings = [](void* context, sxm_globalSetting* settings, int count) {
+        return record(context, [=](Recorded& r) {
+            std::map<std::string, std::string> all;
+            for (int i = 0; i < count; ++i)
+                all[text(settings[i].name)] = text(settings[i].value);
+            r.globalSettings.push_back(all);
+        });
+    };
+    c.onForYou = [](void* context, sxm_content* item, sxm_bool more) {
+        return record(context, [=](Recorded& r) { r.forYou.push_back(listItem(item, more)); });
+    };
+    c.onSearch = [](void* context, sxm_content* item, int index) {
+        return record(context,
+                      [=](Recorded& r) { r.searchResults.push_back(listItem(item, index)); });
+    };
+    c.onRefresh = [](void* context, int module) {
+        return record(context, [module](Recorded& r) { r.refreshes.push_back(module); });
+    };
     return c;
 }
 
@@ -62,43 +138,21 @@ sxm_playRequest CallbackRecorder::playRequest()
 {
     sxm_playRequest request{};
     request.context = this;
-    request.playbackData = onPlaybackData;
-    request.metadataState = onMetadataState;
+    request.playbackData = [](void* context, unsigned char* data, int length, unsigned int bitrate,
+                              unsigned int*) {
+        return record(context,
+                      [=](CallbackRecorder& r) { return r.takeAudio(data, length, bitrate); });
+    };
+    request.metadataState = [](void* context, sxm_metadataState_t* state) {
+        return record(context, [state](Recorded& r) { r.metadataStates.push_back(state->state); });
+    };
     return request;
 }
 
 void CallbackRecorder::reset()
 {
     std::lock_guard<std::mutex> lock(mutex);
-    channels.clear();
-    shows.clear();
-    forYou.clear();
-    favorites.clear();
-    recents.clear();
-    searchResults.clear();
-    showStatuses.clear();
-    episodes.clear();
-    episodesShowId.clear();
-    episodeCalls = 0;
-    globalSettings.clear();
-    cutLists.clear();
-    errors.clear();
-    refreshes.clear();
-    tracks.clear();
-    timebars.clear();
-    busy.clear();
-    bitrates.clear();
-    flushes = 0;
-    audioAtFlush = 0;
-    metadataStates.clear();
-    audio.clear();
-    offers = 0;
-    lastBitrate = 0;
-    offersTooEarly = 0;
-    moreWanted = false;
-    sendAudioDataCalls = 0;
-    sendCallsAtPartialTake_ = -1;
-    intake_ = Intake::All;
+    static_cast<Recorded&>(*this) = Recorded();
 }
 
 void CallbackRecorder::setIntake(Intake intake)
@@ -121,213 +175,24 @@ void CallbackRecorder::noteSendAudioData()
     moreWanted = false;
 }
 
-int CallbackRecorder::onError(void* context, sxm_errorNotification* n)
+// Called under the lock.
+int CallbackRecorder::takeAudio(const unsigned char* data, int length, unsigned int bitrate)
 {
-    CallbackRecorder& r = self(context);
-    std::lock_guard<std::mutex> lock(r.mutex);
-    ErrorNote note;
-    note.code = n->libraryErrorCode;
-    note.responseCode = n->responseCode;
-    note.errorStop = n->errorStop != 0;
-    note.isGupUnavailable = n->isGupUnavailable != 0;
-    note.isGupIdUnavailable = n->isGupIdUnavailable != 0;
-    note.isSearchUnavailable = n->isSearchUnavailable != 0;
-    note.loggedDuringBypass = n->loggedDuringBypass != 0;
-    note.message = text(n->errorString);
-    r.errors.push_back(note);
-    r.changed();
-    return 0;
-}
-
-int CallbackRecorder::onTrackMetadata(void* context, sxm_trackMetadata* m)
-{
-    CallbackRecorder& r = self(context);
-    std::lock_guard<std::mutex> lock(r.mutex);
-    r.tracks.push_back({text(m->artist), text(m->track), text(m->trackId), text(m->albumArtUrl)});
-    r.changed();
-    return 0;
-}
-
-int CallbackRecorder::onBitrate(void* context, int bitrate)
-{
-    CallbackRecorder& r = self(context);
-    std::lock_guard<std::mutex> lock(r.mutex);
-    r.bitrates.push_back(bitrate);
-    r.changed();
-    return 0;
-}
-
-int CallbackRecorder::onBusy(void* context, int busy)
-{
-    CallbackRecorder& r = self(context);
-    std::lock_guard<std::mutex> lock(r.mutex);
-    r.busy.push_back(busy);
-    r.changed();
-    return 0;
-}
-
-int CallbackRecorder::onChannel(void* context, sxm_content* channel)
-{
-    CallbackRecorder& r = self(context);
-    std::lock_guard<std::mutex> lock(r.mutex);
-    r.channels.push_back(copyContent(*channel));
-    return 0;
-}
-
-int CallbackRecorder::onShows(void* context, sxm_content* show, int status, int index)
-{
-    CallbackRecorder& r = self(context);
-    std::lock_guard<std::mutex> lock(r.mutex);
-    r.showStatuses.push_back(status);
-    r.shows.push_back({show ? std::optional<Content>(copyContent(*show)) : std::nullopt, index});
-    return 0;
-}
-
-int CallbackRecorder::onFlush(void* context)
-{
-    CallbackRecorder& r = self(context);
-    std::lock_guard<std::mutex> lock(r.mutex);
-    ++r.flushes;
-    r.audioAtFlush = r.audio.size();
-    r.changed();
-    return 0;
-}
-
-int CallbackRecorder::onPdtCuts(void* context, sxm_pdt_cuts* cuts, int count)
-{
-    CallbackRecorder& r = self(context);
-    std::lock_guard<std::mutex> lock(r.mutex);
-    std::vector<Cut> list;
-    for (int i = 0; i < count; ++i)
-        list.push_back({cuts[i].time, cuts[i].duration, text(cuts[i].channelId),
-                        text(cuts[i].title), text(cuts[i].artist)});
-    r.cutLists.push_back(list);
-    r.changed();
-    return 0;
-}
-
-int CallbackRecorder::onTimebar(void* context, sxm_timebarData* t)
-{
-    CallbackRecorder& r = self(context);
-    std::lock_guard<std::mutex> lock(r.mutex);
-    r.timebars.push_back(
-        {t->startTimestamp, t->currentTimestamp, t->duration, t->irNavClass, t->segmentCount});
-    r.changed();
-    return 0;
-}
-
-int CallbackRecorder::onEpisodes(void* context, const char* showId, sxm_content* episodes,
-                                 int count)
-{
-    CallbackRecorder& r = self(context);
-    std::lock_guard<std::mutex> lock(r.mutex);
-    ++r.episodeCalls;
-    r.episodesShowId = text(showId);
-    for (int i = 0; i < count; ++i)
-        r.episodes.push_back(copyContent(episodes[i]));
-    return 0;
-}
-
-namespace {
-
-void addItem(std::vector<ListItem>& list, sxm_content* item, int index)
-{
-    list.push_back({item ? std::optional<Content>(copyContent(*item)) : std::nullopt, index});
-}
-
-} // namespace
-
-int CallbackRecorder::onRecents(void* context, sxm_content* item, int index)
-{
-    CallbackRecorder& r = self(context);
-    std::lock_guard<std::mutex> lock(r.mutex);
-    addItem(r.recents, item, index);
-    return 0;
-}
-
-int CallbackRecorder::onFavorites(void* context, sxm_content* item, int index)
-{
-    CallbackRecorder& r = self(context);
-    std::lock_guard<std::mutex> lock(r.mutex);
-    addItem(r.favorites, item, index);
-    return 0;
-}
-
-int CallbackRecorder::onGlobalSettings(void* context, sxm_globalSetting* settings, int count)
-{
-    CallbackRecorder& r = self(context);
-    std::lock_guard<std::mutex> lock(r.mutex);
-    std::map<std::string, std::string> all;
-    for (int i = 0; i < count; ++i)
-        all[text(settings[i].name)] = text(settings[i].value);
-    r.globalSettings.push_back(all);
-    return 0;
-}
-
-int CallbackRecorder::onForYou(void* context, sxm_content* item, sxm_bool more)
-{
-    CallbackRecorder& r = self(context);
-    std::lock_guard<std::mutex> lock(r.mutex);
-    addItem(r.forYou, item, more);
-    return 0;
-}
-
-int CallbackRecorder::onSearch(void* context, sxm_content* item, int index)
-{
-    CallbackRecorder& r = self(context);
-    std::lock_guard<std::mutex> lock(r.mutex);
-    addItem(r.searchResults, item, index);
-    return 0;
-}
-
-int CallbackRecorder::onRefresh(void* context, int module)
-{
-    CallbackRecorder& r = self(context);
-    std::lock_guard<std::mutex> lock(r.mutex);
-    r.refreshes.push_back(module);
-    r.changed();
-    return 0;
-}
-
-int CallbackRecorder::onPlaybackData(void* context, unsigned char* data, int length,
-                                     unsigned int bitrate, unsigned int*)
-{
-    CallbackRecorder& r = self(context);
-    std::lock_guard<std::mutex> lock(r.mutex);
-    ++r.offers;
-    r.lastBitrate = bitrate;
+    ++offers;
+    lastBitrate = bitrate;
     // After a partial take the rest may come again only once the integrator asked for more.
-    if (r.sendCallsAtPartialTake_ >= 0 && r.sendAudioDataCalls <= r.sendCallsAtPartialTake_)
-        ++r.offersTooEarly;
+    if (sendCallsAtPartialTake_ >= 0 && sendAudioDataCalls <= sendCallsAtPartialTake_)
+        ++offersTooEarly;
     int taken = length;
-    switch (r.intake_) {
-    case Intake::All:
-        break;
-    case Intake::Part:
-        taken = length > 1000 ? length / 3 : length;
-        break;
-    case Intake::Nothing:
+    if (intake_ == Intake::Part && length > 1000)
+        taken = length / 3;
+    else if (intake_ == Intake::Nothing)
         taken = 0;
-        break;
-    }
-    r.audio.append(reinterpret_cast<const char*>(data), static_cast<std::size_t>(taken));
-    if (taken < length && r.intake_ == Intake::Part) {
-        r.sendCallsAtPartialTake_ = r.sendAudioDataCalls;
-        r.moreWanted = true;
-    } else {
-        r.sendCallsAtPartialTake_ = -1;
-    }
-    r.changed();
+    audio.append(reinterpret_cast<const char*>(data), static_cast<std::size_t>(taken));
+    const bool partial = taken < length && intake_ == Intake::Part;
+    sendCallsAtPartialTake_ = partial ? sendAudioDataCalls : -1;
+    moreWanted = moreWanted || partial;
     return taken;
-}
-
-int CallbackRecorder::onMetadataState(void* context, sxm_metadataState_t* state)
-{
-    CallbackRecorder& r = self(context);
-    std::lock_guard<std::mutex> lock(r.mutex);
-    r.metadataStates.push_back(state->state);
-    r.changed();
-    return 0;
 }
 
 } // namespace sxmlib::test

@@ -15,6 +15,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace sxmlib::test {
@@ -77,21 +78,10 @@ enum class Intake
     Nothing, ///< never takes anything and never asks for more
 };
 
-class CallbackRecorder
+/// Everything the callbacks delivered; read under CallbackRecorder::mutex by waitFor conditions
+/// or after the stream stopped.
+struct Recorded
 {
-public:
-    /// The callback record with every callback set and this recorder as both contexts.
-    sxm_callbacks callbacks();
-    /// A zero-filled play request whose callbacks lead here.
-    sxm_playRequest playRequest();
-
-    void reset();
-    void setIntake(Intake intake);
-
-    /// Waits until `condition` holds (checked under the recorder's lock); false after `ms`.
-    bool waitFor(const std::function<bool(CallbackRecorder&)>& condition, int ms = 30000);
-
-    // Everything below is read under lock by waitFor conditions or after the stream stopped.
     std::vector<Content> channels;
     std::vector<ListItem> shows, forYou, favorites, recents, searchResults;
     std::vector<int> showStatuses;
@@ -116,40 +106,52 @@ public:
     int offersTooEarly = 0;     ///< re-offers that came before sxm_sendAudioData was called
     bool moreWanted = false;    ///< Part: a block was partly taken; the test should send more
     int sendAudioDataCalls = 0; ///< counted by noteSendAudioData
+
+protected:
+    Intake intake_ = Intake::All;
+    int sendCallsAtPartialTake_ = -1; ///< -1: the last offer was taken whole
+};
+
+class CallbackRecorder : public Recorded
+{
+public:
+    /// The callback record with every callback set and this recorder as both contexts.
+    sxm_callbacks callbacks();
+    /// A zero-filled play request whose callbacks lead here.
+    sxm_playRequest playRequest();
+
+    void reset();
+    void setIntake(Intake intake);
+
+    /// Waits until `condition` holds (checked under the recorder's lock); false after `ms`.
+    bool waitFor(const std::function<bool(CallbackRecorder&)>& condition, int ms = 30000);
+
     /// Part intake: call just before sxm_sendAudioData().
     void noteSendAudioData();
 
     std::mutex mutex;
 
 private:
-    static int onError(void*, sxm_errorNotification*);
-    static int onTrackMetadata(void*, sxm_trackMetadata*);
-    static int onBitrate(void*, int);
-    static int onBusy(void*, int);
-    static int onChannel(void*, sxm_content*);
-    static int onShows(void*, sxm_content*, int, int);
-    static int onFlush(void*);
-    static int onPdtCuts(void*, sxm_pdt_cuts*, int);
-    static int onTimebar(void*, sxm_timebarData*);
-    static int onEpisodes(void*, const char*, sxm_content*, int);
-    static int onRecents(void*, sxm_content*, int);
-    static int onFavorites(void*, sxm_content*, int);
-    static int onGlobalSettings(void*, sxm_globalSetting*, int);
-    static int onForYou(void*, sxm_content*, sxm_bool);
-    static int onSearch(void*, sxm_content*, int);
-    static int onRefresh(void*, int);
-    static int onPlaybackData(void*, unsigned char*, int, unsigned int, unsigned int*);
-    static int onMetadataState(void*, sxm_metadataState_t*);
-
-    static CallbackRecorder& self(void* context)
+    /// Applies `change` to the recorder under its lock and wakes the waiters.
+    template <class Change>
+    static int record(void* context, Change change)
     {
-        return *static_cast<CallbackRecorder*>(context);
+        auto& r = *static_cast<CallbackRecorder*>(context);
+        int result = 0;
+        {
+            std::lock_guard<std::mutex> lock(r.mutex);
+            if constexpr (std::is_same_v<decltype(change(r)), void>)
+                change(r);
+            else
+                result = change(r);
+        }
+        r.condition_.notify_all();
+        return result;
     }
-    void changed() { condition_.notify_all(); }
+
+    int takeAudio(const unsigned char* data, int length, unsigned int bitrate);
 
     std::condition_variable condition_;
-    Intake intake_ = Intake::All;
-    int sendCallsAtPartialTake_ = -1; ///< -1: the last offer was taken whole
 };
 
 /// A content record as plain values.
