@@ -44,30 +44,23 @@ class LoopbackServer
 public:
     LoopbackServer()
     {
-        server_.Get(
-            "/cookies", [this](const httplib::Request& request, httplib::Response& response) {
-                record(request);
-                response.headers.emplace("Set-Cookie", "session=abc123; Path=/");
-                response.headers.emplace("Set-Cookie", "region=us; Path=/");
-                response.headers.emplace("Set-Cookie", "pref=dark; Path=/; Max-Age=3600; HttpOnly");
-                response.set_content("cookies set", "text/plain");
-            });
-        server_.Get("/hello", [this](const httplib::Request& request, httplib::Response& response) {
-            record(request);
+        answer("/cookies", [](const httplib::Request&, httplib::Response& response) {
+            response.headers.emplace("Set-Cookie", "session=abc123; Path=/");
+            response.headers.emplace("Set-Cookie", "region=us; Path=/");
+            response.headers.emplace("Set-Cookie", "pref=dark; Path=/; Max-Age=3600; HttpOnly");
+            response.set_content("cookies set", "text/plain");
+        });
+        answer("/hello", [](const httplib::Request&, httplib::Response& response) {
             response.set_content("hello", "text/plain");
         });
-        server_.Post("/echo", [this](const httplib::Request& request, httplib::Response& response) {
-            record(request);
+        answer("/echo", [](const httplib::Request& request, httplib::Response& response) {
             response.set_content(request.body, "application/json");
         });
-        server_.Get("/missing",
-                    [this](const httplib::Request& request, httplib::Response& response) {
-                        record(request);
-                        response.status = 404;
-                        response.set_content("no such thing", "text/plain");
-                    });
-        server_.Get("/slow", [this](const httplib::Request& request, httplib::Response& response) {
-            record(request);
+        answer("/missing", [](const httplib::Request&, httplib::Response& response) {
+            response.status = 404;
+            response.set_content("no such thing", "text/plain");
+        });
+        answer("/slow", [](const httplib::Request&, httplib::Response& response) {
             std::this_thread::sleep_for(std::chrono::seconds(2));
             response.set_content("late", "text/plain");
         });
@@ -96,6 +89,18 @@ public:
     }
 
 private:
+    // Every path answers GET and POST alike, after noting what it was sent.
+    void answer(const char* path, httplib::Server::Handler handler)
+    {
+        auto recorded = [this, handler](const httplib::Request& request,
+                                        httplib::Response& response) {
+            record(request);
+            handler(request, response);
+        };
+        server_.Get(path, recorded);
+        server_.Post(path, recorded);
+    }
+
     void record(const httplib::Request& request)
     {
         std::lock_guard<std::mutex> lock(mutex_);
@@ -173,22 +178,8 @@ public:
         context.connectTimeout = 5;
     }
 
-    int get(const std::string& url)
-    {
-        url_ = url;
-        context.url = url_.c_str();
-        context.isPost = 0;
-        return sirius_HT_Request(&context);
-    }
-
-    int post(const std::string& url, const char* postBody)
-    {
-        url_ = url;
-        context.url = url_.c_str();
-        context.isPost = 1;
-        context.body = postBody;
-        return sirius_HT_Request(&context);
-    }
+    int get(const std::string& url) { return request(url, 0, nullptr); }
+    int post(const std::string& url, const char* postBody) { return request(url, 1, postBody); }
 
     std::vector<std::string> keptCookies() const
     {
@@ -206,6 +197,15 @@ public:
     char errorText[SIRIUS_HT_ERROR_TEXT_SIZE];
 
 private:
+    int request(const std::string& url, int isPost, const char* postBody)
+    {
+        url_ = url;
+        context.url = url_.c_str();
+        context.isPost = isPost;
+        context.body = postBody;
+        return sirius_HT_Request(&context);
+    }
+
     std::unique_ptr<void, CurlHandleCleanup> handle_;
     std::string url_;
 };
@@ -263,42 +263,28 @@ TEST(HttpTransport, GetDeliversBodyHeadersAndStatusWithoutABody)
     EXPECT_EQ(seen.cookie, "application/json") << "the fixed line, and no cookies yet";
 }
 
-TEST(HttpTransport, PostSendsTheBodyAsJson)
+TEST(HttpTransport, PostSendsTheBodyAsJsonAndTheNextGetOnTheHandleIsAGetAgain)
 {
     LoopbackServer server;
     HttpExchange exchange;
     const char* body = R"({"user":"ann","zip":"94107"})";
 
     EXPECT_EQ(exchange.post(server.url("/echo"), body), CURLE_OK);
-
-    const SeenRequest seen = server.lastRequest();
+    SeenRequest seen = server.lastRequest();
     EXPECT_EQ(seen.method, "POST");
     EXPECT_EQ(seen.body, body);
     EXPECT_EQ(seen.contentType, "application/json");
     EXPECT_EQ(exchange.body, body);
-}
 
-TEST(HttpTransport, PostWithoutBodySendsAnEmptyOne)
-{
-    LoopbackServer server;
-    HttpExchange exchange;
-
-    EXPECT_EQ(exchange.post(server.url("/echo"), nullptr), CURLE_OK);
-
-    EXPECT_EQ(server.lastRequest().method, "POST");
-    EXPECT_TRUE(server.lastRequest().body.empty());
+    exchange.prepare();
+    EXPECT_EQ(exchange.post(server.url("/echo"), nullptr), CURLE_OK) << "no body: an empty one";
+    seen = server.lastRequest();
+    EXPECT_EQ(seen.method, "POST");
+    EXPECT_TRUE(seen.body.empty());
     EXPECT_EQ(exchange.context.responseCode, 200);
-}
-
-TEST(HttpTransport, GetAfterPostOnTheSameHandleIsAGetAgain)
-{
-    LoopbackServer server;
-    HttpExchange exchange;
-    ASSERT_EQ(exchange.post(server.url("/echo"), "{}"), CURLE_OK);
 
     exchange.prepare();
     EXPECT_EQ(exchange.get(server.url("/hello")), CURLE_OK);
-
     EXPECT_EQ(server.lastRequest().method, "GET");
 }
 
@@ -372,21 +358,7 @@ TEST(HttpTransport, CookiesAreKeptInCurlsOrderWithTwoZeroBytesAfterEachLine)
         EXPECT_EQ(node->line[std::strlen(node->line) + 1], '\0');
 }
 
-TEST(HttpTransport, KeptCookiesTravelBackThroughTheSameHandle)
-{
-    LoopbackServer server;
-    HttpExchange exchange;
-    ASSERT_EQ(exchange.get(server.url("/cookies")), CURLE_OK);
-
-    exchange.prepare();
-    ASSERT_EQ(exchange.get(server.url("/hello")), CURLE_OK);
-
-    // curl's engine sends the kept cookies in a line of its own, ahead of the fixed line.
-    EXPECT_EQ(server.lastRequest().cookie,
-              "session=abc123; region=us; pref=dark | application/json");
-}
-
-TEST(HttpTransport, CookiesSurviveLaterRequestsUnchanged)
+TEST(HttpTransport, KeptCookiesTravelBackAndSurviveLaterRequestsUnchanged)
 {
     LoopbackServer server;
     HttpExchange exchange;
@@ -398,6 +370,7 @@ TEST(HttpTransport, CookiesSurviveLaterRequestsUnchanged)
         ASSERT_EQ(exchange.post(server.url("/echo"), "{}"), CURLE_OK);
         EXPECT_EQ(exchange.keptCookies(), first) << "request " << request;
     }
+    // curl's engine sends the kept cookies in a line of its own, ahead of the fixed line.
     EXPECT_EQ(server.lastRequest().cookie,
               "session=abc123; region=us; pref=dark | application/json");
 }
