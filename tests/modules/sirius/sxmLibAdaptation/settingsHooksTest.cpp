@@ -32,6 +32,15 @@ protected:
         root_.setValue(path, value);
     }
 
+    void storeIdentity()
+    {
+        storeText(MivoNetworkStateCurrentMAC(), "02:42:ac:11:00:02");
+        storeText(MivoSiriusSettingsConfigUrlPath(), "http://127.0.0.1:8080/config");
+        storeText(MivoSiriusSettingsDeviceMakePath(), "Mivo");
+        storeText(MivoSiriusSettingsDeviceModelPath(), "M1");
+        storeText(MivoSiriusSettingsKeyPath(), "00112233445566778899aabbccddeeff");
+    }
+
     MivoSiriusAccount storedAccount()
     {
         return MivoValue(root_.getValue(MivoSiriusSettingsAccountPath()).toHash()).siriusAccount();
@@ -68,18 +77,17 @@ TEST_F(SettingsHooks, WithoutAStoredAccountEveryTextIsEmptyAndTerminated)
     }
 }
 
-TEST_F(SettingsHooks, SetAccountStoresEachTextInItsHostField)
+TEST_F(SettingsHooks, SetAccountStoresEachTextInItsHostFieldAndGetAccountReadsItBack)
 {
-    std::string texts[] = {"ann",    "secret",  "consumer",        "newSecret",
-                           "reg-id", "reg-key", "ann@example.com", "94107"};
-    sxm_account record{mutableText(texts[0]), mutableText(texts[1]), mutableText(texts[2]),
-                       mutableText(texts[3]), mutableText(texts[4]), mutableText(texts[5]),
-                       mutableText(texts[6]), mutableText(texts[7])};
-
-    sxm_setAccount(&record);
+    std::string texts[] = {"b\xE9\x61", "secret",  "consumer",        "newSecret",
+                           "reg-id",    "reg-key", "ann@example.com", "94107"};
+    sxm_account written{mutableText(texts[0]), mutableText(texts[1]), mutableText(texts[2]),
+                        mutableText(texts[3]), mutableText(texts[4]), mutableText(texts[5]),
+                        mutableText(texts[6]), mutableText(texts[7])};
+    sxm_setAccount(&written);
 
     const MivoSiriusAccount stored = storedAccount();
-    EXPECT_EQ(stored.username(), "ann");
+    EXPECT_EQ(stored.username(), QString::fromUtf8("b\xC3\xA9\x61")) << "the library's Latin-1";
     EXPECT_EQ(stored.password(), "secret");
     EXPECT_EQ(stored.consumerType(), "consumer");
     EXPECT_EQ(stored.newPassword(), "newSecret");
@@ -87,28 +95,15 @@ TEST_F(SettingsHooks, SetAccountStoresEachTextInItsHostField)
     EXPECT_EQ(stored.registrationKey(), "reg-key");
     EXPECT_EQ(stored.email(), "ann@example.com");
     EXPECT_EQ(stored.zip(), "94107");
-}
-
-TEST_F(SettingsHooks, GetAccountReturnsWhatSetAccountStored)
-{
-    std::string texts[] = {"b\xE9\x61", "pw", "", "np", "ri", "rk", "e@x", "z"};
-    sxm_account written{mutableText(texts[0]), mutableText(texts[1]), mutableText(texts[2]),
-                        mutableText(texts[3]), mutableText(texts[4]), mutableText(texts[5]),
-                        mutableText(texts[6]), mutableText(texts[7])};
-    sxm_setAccount(&written);
 
     AccountRecord read;
     ASSERT_EQ(sxm_getAccount(&read.record), 1);
-
-    EXPECT_STREQ(read.record.username, "b\xE9\x61") << "Latin-1 bytes come back unchanged";
-    EXPECT_STREQ(read.record.password, "pw");
-    EXPECT_STREQ(read.record.consumerType, "");
-    EXPECT_STREQ(read.record.newPassword, "np");
-    EXPECT_STREQ(read.record.registrationId, "ri");
-    EXPECT_STREQ(read.record.registrationKey, "rk");
-    EXPECT_STREQ(read.record.email, "e@x");
-    EXPECT_STREQ(read.record.zip, "z");
-    EXPECT_EQ(storedAccount().username(), QString::fromUtf8("b\xC3\xA9\x61"));
+    const char* readBack[] = {read.record.username,       read.record.password,
+                              read.record.consumerType,   read.record.newPassword,
+                              read.record.registrationId, read.record.registrationKey,
+                              read.record.email,          read.record.zip};
+    for (int i = 0; i < 8; ++i)
+        EXPECT_STREQ(readBack[i], texts[i].c_str()) << "field " << i;
 }
 
 TEST_F(SettingsHooks, AccountStoredByTheHostIsRead)
@@ -137,24 +132,9 @@ TEST_F(SettingsHooks, NullTextsAreStoredEmptyAndNullRecordsRefused)
     sxm_freeAccount(nullptr);
 }
 
-TEST_F(SettingsHooks, MacIsCutToTheBufferSizeWithoutATerminator)
+TEST_F(SettingsHooks, TextHooksCopyTheWholeTextWhenItFitsOrCutItWithoutATerminator)
 {
-    storeText(MivoNetworkStateCurrentMAC(), "02:42:ac:11:00:02");
-    char buffer[20];
-    std::memset(buffer, 'X', sizeof(buffer));
-
-    EXPECT_EQ(sxm_GetMAC(buffer, 12), 12);
-
-    EXPECT_EQ(std::string(buffer, 13), "02:42:ac:11:X");
-}
-
-TEST_F(SettingsHooks, TextHooksCopyTheWholeTextWhenItFits)
-{
-    storeText(MivoNetworkStateCurrentMAC(), "02:42:ac:11:00:02");
-    storeText(MivoSiriusSettingsConfigUrlPath(), "http://127.0.0.1:8080/config");
-    storeText(MivoSiriusSettingsDeviceMakePath(), "Mivo");
-    storeText(MivoSiriusSettingsDeviceModelPath(), "M1");
-    storeText(MivoSiriusSettingsKeyPath(), "00112233445566778899aabbccddeeff");
+    storeIdentity();
     const struct
     {
         int (*hook)(char*, int);
@@ -172,6 +152,10 @@ TEST_F(SettingsHooks, TextHooksCopyTheWholeTextWhenItFits)
         EXPECT_EQ(std::string(buffer, c.expected.size()), c.expected);
         EXPECT_EQ(buffer[c.expected.size()], 'X') << "no terminating zero is written";
     }
+    char buffer[20];
+    std::memset(buffer, 'X', sizeof(buffer));
+    EXPECT_EQ(sxm_GetMAC(buffer, 12), 12);
+    EXPECT_EQ(std::string(buffer, 13), "02:42:ac:11:X");
 }
 
 TEST_F(SettingsHooks, AbsentSettingsAndUnusableBuffersCopyNothing)
@@ -188,11 +172,7 @@ TEST_F(SettingsHooks, AbsentSettingsAndUnusableBuffersCopyNothing)
 
 TEST_F(SettingsHooks, IdentityHooksLogWhatTheyCopiedButTheMacHookDoesNot)
 {
-    storeText(MivoNetworkStateCurrentMAC(), "02:42:ac:11:00:02");
-    storeText(MivoSiriusSettingsConfigUrlPath(), "http://svc/config");
-    storeText(MivoSiriusSettingsDeviceMakePath(), "Mivo");
-    storeText(MivoSiriusSettingsDeviceModelPath(), "M1");
-    storeText(MivoSiriusSettingsKeyPath(), "00112233445566778899aabbccddeeff");
+    storeIdentity();
     LogCapture log(sirius::siriusLibraryLogger());
     char buffer[64];
 
@@ -204,7 +184,7 @@ TEST_F(SettingsHooks, IdentityHooksLogWhatTheyCopiedButTheMacHookDoesNot)
 
     const auto lines = log.lines();
     ASSERT_EQ(lines.size(), 4u);
-    EXPECT_EQ(lines[0].message, "platformGetConfigUrl url = http://s") << "the copied part";
+    EXPECT_EQ(lines[0].message, "platformGetConfigUrl url = http://1") << "the copied part";
     EXPECT_EQ(lines[1].message, "platformGetDeviceMake url = Mivo");
     EXPECT_EQ(lines[2].message, "platformGetDeviceModel url = M1");
     EXPECT_EQ(lines[3].message, "platformGetFixedKey Key = 00112233445566778899aabbccddeeff");
