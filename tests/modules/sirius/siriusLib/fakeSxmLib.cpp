@@ -15,18 +15,7 @@ void reset()
 {
     Library& lib = library();
     std::lock_guard<std::mutex> lock(lib.mutex);
-    lib.version[0] = 3;
-    lib.version[1] = 0;
-    lib.version[2] = 0;
-    lib.status = SXM_STATUS_SIGNED_OUT;
-    lib.error.clear();
-    lib.results.clear();
-    lib.calls.clear();
-    lib.ticks.clear();
-    lib.callbacks = sxm_callbacks{};
-    lib.registered = false;
-    lib.segmentText.clear();
-    lib.during.clear();
+    static_cast<State&>(lib) = State();
 }
 
 int Library::result(const std::string& name)
@@ -40,7 +29,6 @@ void Library::record(const std::string& call)
 {
     std::lock_guard<std::mutex> lock(mutex);
     calls.push_back(call);
-    operationThread = std::this_thread::get_id();
 }
 
 std::vector<std::string> Library::callsSnapshot()
@@ -125,7 +113,6 @@ int sxm_registerCallbacks(sxm_callbacks callbacks)
     fake::Library& lib = fake::library();
     std::lock_guard<std::mutex> lock(lib.mutex);
     lib.callbacks = callbacks;
-    lib.registered = true;
     return result;
 }
 

@@ -17,9 +17,9 @@
 
 namespace fake {
 
-struct Library
+/// What the tests script and what the fake records; reset() starts it afresh.
+struct State
 {
-    std::mutex mutex;
     int version[3] = {3, 0, 0};
     int status = SXM_STATUS_SIGNED_OUT;
     std::string error;
@@ -27,11 +27,14 @@ struct Library
     std::vector<std::string> calls;                          ///< "name" or "name(args)"
     std::vector<std::pair<std::thread::id, uint32_t>> ticks; ///< calling thread, elapsed ms
     sxm_callbacks callbacks{};
-    bool registered = false;
-    std::thread::id operationThread;
     std::string segmentText; ///< written by the segment-time calls
     /// Run during the named list operation (to call callbacks), before it returns.
     std::map<std::string, std::function<void(const sxm_callbacks&)>> during;
+};
+
+struct Library : State
+{
+    std::mutex mutex;
 
     int result(const std::string& name);
     void record(const std::string& call);
