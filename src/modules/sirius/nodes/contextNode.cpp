@@ -16,6 +16,16 @@ MivoRoles actionRow(const QString& title, const CMPath& path)
     return MivoRoles().setTitle(title).setPath(path).setType(MivoRolesType::Action);
 }
 
+/// The add or remove action of an item's menu. A removal carries the parameter "favorite", which
+/// is how the action tells the two apart when the host activates it.
+MivoRoles favoriteAction(CMPath path, bool inFavorites)
+{
+    if (!inFavorites)
+        return actionRow(TrString("ContextNode", "Add to favorites").toString(), path);
+    path.addParam(QStringLiteral("favorite"), QString());
+    return actionRow(TrString("ContextNode", "Remove from favorites").toString(), path);
+}
+
 } // namespace
 
 ContextNode* ContextNode::create(ContentManager* contentManager, NodesFactory* factory,
@@ -80,10 +90,7 @@ bool ContextNode::getRowsRequest(const CMGetRowsRequest& request)
         .onSuccess(this,
                    [this, request, assetType, favoritePath](bool inFavorites) {
                        QVector<MivoRoles> rows;
-                       rows.append(actionRow(
-                           inFavorites ? TrString("ContextNode", "Remove from favorites").toString()
-                                       : TrString("ContextNode", "Add to favorites").toString(),
-                           favoritePath));
+                       rows.append(favoriteAction(favoritePath, inFavorites));
                        addOnDemand(rows, assetType, favoritePath);
                        respondGetRowsRequest(request, rows.toList(), -1);
                    })

@@ -5,6 +5,7 @@
 #include "nodes/accountNode.h"
 #include "siriusLogging.h"
 
+#include <mivosdk/CMActivateNode.h>
 #include <mivosdk/CMRoot.h>
 #include <mivosdk/MivoPaths.h>
 
@@ -49,6 +50,11 @@ SiriusWorker::SiriusWorker(const QVariantHash& settings)
     m_browseUi = new BrowseUi(nodes(), MivoSiriusBrowsePath(), m_contentManager, m_fullFeatured);
     m_browseUi->setParent(this);
     connect(m_lib, &SiriusLib::onGlobalSettings, this, &SiriusWorker::on_lib_globalSettings);
+    connect(m_lib, &SiriusLib::onError, this, &SiriusWorker::on_lib_error);
+    CMActivateNode::create(nodes(), MivoSiriusFavoritePath(), this,
+                           &SiriusWorker::on_favorites_activated, Qt::QueuedConnection);
+    CMActivateNode::create(nodes(), MivoSiriusClearRecentsPath(), this,
+                           &SiriusWorker::on_clearRecents_activated, Qt::QueuedConnection);
     m_initialized = true;
 }
 

@@ -37,8 +37,19 @@ public slots:
     void on_accountNode_accountChanged();
     void on_tuneStart_changed(MivoValue value);
     void on_lib_globalSettings(const SiriusLib::Settings& settings);
+    void on_lib_error(const MivoSiriusErrorNotification& errorNotification);
+    void on_favorites_activated(const CMSetDataRequest& request);
+    void on_clearRecents_activated(const CMSetDataRequest& request);
 
 private:
+    /// A pop-up on the host's notification display: the first text is the title, the rest the
+    /// lines of the body. Nobody waits for it.
+    void showMessage(const QStringList& messages, bool error);
+    /// The texts of a bypass change from `before` to `after` (title first); sets `signedOut` when
+    /// the stored account had to go.
+    QStringList bypassMessages(const MivoSiriusBypassStatus& before,
+                               const MivoSiriusBypassStatus& after, bool& signedOut);
+    void forceSignIn();
     bool checkVersion();
     bool initializeLibrary();
     void handleRequestSynced(const CMRequest& request);

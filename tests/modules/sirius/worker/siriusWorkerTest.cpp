@@ -11,6 +11,8 @@
 #include <mivosdk/MivoRowsRoles.h>
 
 #include <QThread>
+
+#include <atomic>
 #include <gtest/gtest.h>
 
 using testsupport::waitUntil;
@@ -162,6 +164,17 @@ TEST_F(SiriusWorkerTest, ARefusedSignInFailsOnlyThatRequestAndTheNextOneTriesAga
 
 TEST_F(SiriusWorkerTest, RequestsThatArriveDuringASignInAreDispatchedNewestFirst)
 {
+    // The sign-in lasts until all three requests are in, however fast the library thread is.
+    std::atomic<bool> release{false};
+    {
+        std::lock_guard<std::mutex> lock(fake::library().mutex);
+        fake::library().during["sxm_configure_sirius"] = [&release](const sxm_callbacks&) {
+            while (!release)
+                QThread::msleep(1);
+            std::lock_guard<std::mutex> inner(fake::library().mutex);
+            fake::library().status = SXM_STATUS_SIGNED_IN;
+        };
+    }
     SiriusWorker worker({});
     auto* node = new RecordingNode(CMPath("/t/list"), &worker);
     node->setNodes(worker.nodes());
@@ -171,6 +184,7 @@ TEST_F(SiriusWorkerTest, RequestsThatArriveDuringASignInAreDispatchedNewestFirst
             CMPath(QStringLiteral("/t/list?n=%1").arg(QLatin1String(n)).toUtf8().constData()));
         worker.request(requests.last());
     }
+    release = true;
     ASSERT_TRUE(waitUntil([&] { return node->order.size() == 3; }));
     EXPECT_EQ(node->order, (QStringList{"C", "B", "A"}));
     EXPECT_EQ(calls("sxm_configure_sirius"), 1) << "one sign-in for all three";
