@@ -79,8 +79,8 @@ TEST_F(Playback, LiveAtTheLivePointIsThePlaintextAndFollowsTheLiveEdge)
     const auto onAir = catalog().liveTrack(live, catalog().liveTrackIndexAt(live, kStartMs));
     ASSERT_FALSE(recorder_.tracks.empty());
     EXPECT_EQ(recorder_.tracks[0].trackId, onAir.trackId);
-    EXPECT_EQ(recorder_.tracks[0].artist, onAir.artist);
-    EXPECT_EQ(recorder_.tracks[0].track, onAir.title);
+    EXPECT_EQ(recorder_.tracks[0].artist, latin1(onAir.artist));
+    EXPECT_EQ(recorder_.tracks[0].track, latin1(onAir.title));
     EXPECT_TRUE(recorder_.timebars.empty()) << "a live channel has no timebar";
     ASSERT_GE(recorder_.metadataStates.size(), 2u);
     EXPECT_EQ(recorder_.metadataStates.front(), 1);

@@ -58,8 +58,8 @@ TEST_F(ProgramData, ChosenChannelsGetTheirCutsStampedWithTheServiceTimes)
     const auto track = catalog().liveTrack(a, onAir);
     EXPECT_EQ(cuts[1].time, track.startMs);
     EXPECT_EQ(cuts[1].duration, (track.durationMs + 500) / 1000);
-    EXPECT_EQ(cuts[1].title, track.title);
-    EXPECT_EQ(cuts[1].artist, track.artist);
+    EXPECT_EQ(cuts[1].title, latin1(track.title));
+    EXPECT_EQ(cuts[1].artist, latin1(track.artist));
 
     // Then every five seconds of library time, however the ticks fall.
     sxm_externalTimerTick(2000);

@@ -213,7 +213,8 @@ typedef struct sxm_content
     int32_t percentConsumed; /* 0..100 */
 } sxm_content;
 
-/* Now-playing track of the current stream. */
+/* Now-playing track of the current stream. Every text is Latin-1 (a character outside it is "?").
+ */
 typedef struct sxm_trackMetadata
 {
     const char* album;
@@ -228,7 +229,8 @@ typedef struct sxm_trackMetadata
     int32_t albumArtHeight;
 } sxm_trackMetadata;
 
-/* One program-data cut: what a channel plays from `time` for `duration` seconds. */
+/* One program-data cut: what a channel plays from `time` for `duration` seconds. Every text is
+ * Latin-1 (a character outside it is "?"). */
 typedef struct sxm_pdt_cuts
 {
     int64_t time; /* start, milliseconds since 1970-01-01 UTC (program-data time) */

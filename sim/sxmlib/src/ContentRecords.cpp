@@ -13,6 +13,41 @@ const char* textOf(const Json& object, const char* name, RecordArena& arena)
     return arena.text(jsonText(object, name));
 }
 
+/// The service's UTF-8 text as Latin-1, the encoding of every text outside the content records'
+/// human-readable ones; a character Latin-1 lacks becomes "?", and so does a malformed sequence.
+std::string toLatin1(const std::string& utf8)
+{
+    const auto byteAt = [&utf8](std::size_t i) {
+        return static_cast<unsigned char>(utf8[i]);
+    };
+    const auto continues = [&](std::size_t i) {
+        return i < utf8.size() && (byteAt(i) & 0xC0) == 0x80;
+    };
+    std::string latin1;
+    latin1.reserve(utf8.size());
+    for (std::size_t i = 0; i < utf8.size();) {
+        const unsigned char lead = byteAt(i);
+        if (lead < 0x80) {
+            latin1 += static_cast<char>(lead);
+            ++i;
+        } else if ((lead == 0xC2 || lead == 0xC3) && continues(i + 1)) {
+            // Exactly the characters 0x80 to 0xFF.
+            latin1 += static_cast<char>(((lead & 0x03) << 6) | (byteAt(i + 1) & 0x3F));
+            i += 2;
+        } else {
+            latin1 += '?';
+            for (++i; continues(i); ++i) {
+            }
+        }
+    }
+    return latin1;
+}
+
+const char* latin1Of(const Json& object, const char* name, RecordArena& arena)
+{
+    return arena.text(toLatin1(jsonText(object, name)));
+}
+
 void fillLogos(const Json& item, sxm_content& content, RecordArena& arena)
 {
     const Json& logos = jsonArray(item, "logos");
@@ -70,10 +105,10 @@ sxm_content toContent(const Json& item, RecordArena& arena)
 sxm_trackMetadata toTrackMetadata(const Json& track, RecordArena& arena)
 {
     sxm_trackMetadata metadata{};
-    metadata.album = textOf(track, "album", arena);
-    metadata.artist = textOf(track, "artist", arena);
-    metadata.track = textOf(track, "track", arena);
-    metadata.trackDescription = textOf(track, "trackDescription", arena);
+    metadata.album = latin1Of(track, "album", arena);
+    metadata.artist = latin1Of(track, "artist", arena);
+    metadata.track = latin1Of(track, "track", arena);
+    metadata.trackDescription = latin1Of(track, "trackDescription", arena);
     metadata.trackId = textOf(track, "trackId", arena);
     const Json& art = jsonObject(track, "albumArt");
     metadata.albumArtUrl = textOf(art, "url", arena);
@@ -106,9 +141,9 @@ sxm_pdt_cuts toCut(const Json& cut, RecordArena& arena)
     record.time = jsonInt(cut, "time");
     record.duration = static_cast<int32_t>((jsonInt(cut, "duration") + 500) / 1000);
     record.channelId = textOf(cut, "channelId", arena);
-    record.title = textOf(cut, "title", arena);
-    record.artist = textOf(cut, "artist", arena);
-    record.album = textOf(cut, "album", arena);
+    record.title = latin1Of(cut, "title", arena);
+    record.artist = latin1Of(cut, "artist", arena);
+    record.album = latin1Of(cut, "album", arena);
     return record;
 }
 

@@ -13,6 +13,7 @@
 
 #include <mivosdk/CMRoot.h>
 
+#include <QString>
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -24,6 +25,13 @@ namespace sxmlib::test {
 
 /// 2026-11-22T12:00:00.000Z: a whole number of segments.
 inline constexpr std::int64_t kStartMs = 1795348800000LL;
+
+/// A text of the service (UTF-8) as the library hands track and cut texts over: Latin-1, "?" for
+/// a character that Latin-1 lacks.
+inline std::string latin1(const std::string& utf8)
+{
+    return QString::fromStdString(utf8).toLatin1().toStdString();
+}
 
 /// Byte-for-byte equality of audio, with the sizes and the first difference instead of a dump.
 ::testing::AssertionResult sameBytes(const std::string& actual, const std::string& expected);

@@ -335,7 +335,7 @@ void ContentManager::on_siriusLib_error(const MivoSiriusErrorNotification& error
     m_bypass = errorNotification.bypassStatus();
 }
 
-void ContentManager::on_siriusLib_refresh(MivoSiriusModuleType::Enum module)
+void ContentManager::on_siriusLib_refresh(const MivoSiriusModuleType::Enum& module)
 {
     m_siriusLib->handOver();
     // The service says the favorites changed (on another device, say): the list the favorites

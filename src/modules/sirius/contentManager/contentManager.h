@@ -106,7 +106,7 @@ public slots:
     void on_siriusLib_channel(const MivoSiriusContent& content);
     void on_siriusLib_pdtCuts(const QList<MivoSiriusPdtCut>& pdtCuts);
     void on_siriusLib_error(const MivoSiriusErrorNotification& errorNotification);
-    void on_siriusLib_refresh(MivoSiriusModuleType::Enum module);
+    void on_siriusLib_refresh(const MivoSiriusModuleType::Enum& module);
     void on_pdtTimer_timeout();
 
 private:

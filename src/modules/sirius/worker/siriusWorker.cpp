@@ -142,6 +142,9 @@ void SiriusWorker::handleRequestSynced(const CMRequest& request)
         return;
     }
     if (status == kStatusSignedIn) {
+        // A sign-in after an expired session lists the line-up again: it replaces the one held,
+        // it does not add to it.
+        m_contentManager->reset();
         const CMReply<bool> listing = m_lib->listChannels();
         listing.onSuccess(this, [this, request] { handleRequestSynced(request); });
         listing.onError(this, [this, request](const CMError& error) {
