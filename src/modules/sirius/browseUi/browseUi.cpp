@@ -2,6 +2,7 @@
 
 #include "contentManager/contentManager.h"
 #include "nodes/forYouNode.h"
+#include "nodes/registeredNode.h"
 #include "nodes/searchNode.h"
 #include "siriusLogging.h"
 
@@ -38,8 +39,7 @@ BrowseUi::BrowseUi(CMNodes* nodes, const CMPath& path, ContentManager* contentMa
     , m_fullFeatured(fullFeatured)
     , m_factory(nodes, path, contentManager, fullFeatured)
 {
-    m_root = new CMListRowsNode(path, nodes);
-    m_root->setNodes(nodes);
+    m_root = registeredNode(new CMListRowsNode(path), nodes);
     m_root->setTitle(TrString(kConstructorContext, "Sirius"));
     if (fullFeatured) {
         m_search = SearchNode::create(contentManager, &m_factory, nodes,
@@ -58,8 +58,7 @@ BrowseUi::~BrowseUi() = default;
 
 CMListRowsNode* BrowseUi::makeList(const QString& segment, const char* title, const QString& icon)
 {
-    auto* node = new CMListRowsNode(m_path.subpath(segment), m_nodes);
-    node->setNodes(m_nodes);
+    auto* node = registeredNode(new CMListRowsNode(m_path.subpath(segment)), m_nodes);
     node->setTitle(TrString(kContext, title));
     node->setIcon(icon);
     return node;

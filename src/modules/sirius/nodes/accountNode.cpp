@@ -1,5 +1,6 @@
 #include "nodes/accountNode.h"
 
+#include "nodes/registeredNode.h"
 #include "siriusLib/siriusLib.h"
 #include "siriusLogging.h"
 
@@ -10,11 +11,7 @@
 AccountNode* AccountNode::create(SiriusLib* lib, CMNodes* nodes, const CMPath& path)
 {
     LOG4CPLUS_INFO(sirius::cbSiriusLogger(), "creating Sirius Account node");
-    auto* node = new AccountNode(lib, path);
-    // Owned by the registry, so that it goes with the worker's node tree.
-    node->setParent(nodes);
-    node->setNodes(nodes);
-    return node;
+    return registeredNode(new AccountNode(lib, path), nodes);
 }
 
 AccountNode::AccountNode(SiriusLib* lib, const CMPath& path)

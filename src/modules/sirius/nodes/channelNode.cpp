@@ -2,6 +2,7 @@
 
 #include "contentManager/contentManager.h"
 #include "nodes/nodesFactory.h"
+#include "nodes/registeredNode.h"
 #include "nodes/uiHelper.h"
 #include "siriusLogging.h"
 
@@ -12,12 +13,9 @@ ChannelNode* ChannelNode::create(ContentManager* contentManager, NodesFactory* f
                                  CMNodes* nodes, const CMPath& path, bool fullFeatured,
                                  const QString& sort, const QString& filter, bool xtra, bool pdt)
 {
-    auto* node =
-        new ChannelNode(contentManager, factory, path, fullFeatured, sort, filter, xtra, pdt);
-    // Owned by the registry, so that it goes with the worker's node tree.
-    node->setParent(nodes);
-    node->setNodes(nodes);
-    return node;
+    return registeredNode(
+        new ChannelNode(contentManager, factory, path, fullFeatured, sort, filter, xtra, pdt),
+        nodes);
 }
 
 ChannelNode::ChannelNode(ContentManager* contentManager, NodesFactory* factory, const CMPath& path,

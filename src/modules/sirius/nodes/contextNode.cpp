@@ -2,6 +2,7 @@
 
 #include "contentManager/contentManager.h"
 #include "nodes/nodesFactory.h"
+#include "nodes/registeredNode.h"
 #include "siriusLogging.h"
 
 #include <mivosdk/MivoPaths.h>
@@ -31,11 +32,7 @@ MivoRoles favoriteAction(CMPath path, bool inFavorites)
 ContextNode* ContextNode::create(ContentManager* contentManager, NodesFactory* factory,
                                  CMNodes* nodes, const CMPath& path)
 {
-    auto* node = new ContextNode(contentManager, factory, path);
-    // Owned by the registry, so that it goes with the worker's node tree.
-    node->setParent(nodes);
-    node->setNodes(nodes);
-    return node;
+    return registeredNode(new ContextNode(contentManager, factory, path), nodes);
 }
 
 ContextNode::ContextNode(ContentManager* contentManager, NodesFactory* factory, const CMPath& path)

@@ -2,6 +2,7 @@
 
 #include "contentManager/contentManager.h"
 #include "nodes/nodesFactory.h"
+#include "nodes/registeredNode.h"
 #include "nodes/uiHelper.h"
 #include "siriusLogging.h"
 
@@ -10,17 +11,12 @@
 
 namespace {
 
-/// What the user reads when the list could not be fetched: while the service's store of the
-/// user's preferences is away (bypass) retrying does not help, otherwise the connection is the
-/// likely cause.
+/// Why the list could not be fetched, in the user's words.
 CMError fetchError(const MivoSiriusBypassStatus& bypass)
 {
-    const bool inBypass = bypass.isGupIdUnavailable() || bypass.isGupUnavailable();
-    return CMError(
-        QStringLiteral("SiriusXM"),
-        inBypass ? TrString("FavoriteNode", "Favorite shows currently not available")
-                 : TrString("FavoriteNode",
-                            "Error getting favorites. Please check your internet connection"));
+    return UiHelper::fetchError(
+        bypass, TrString("FavoriteNode", "Favorite shows currently not available"),
+        TrString("FavoriteNode", "Error getting favorites. Please check your internet connection"));
 }
 
 } // namespace
@@ -28,11 +24,7 @@ CMError fetchError(const MivoSiriusBypassStatus& bypass)
 FavoriteNode* FavoriteNode::create(ContentManager* contentManager, NodesFactory* factory,
                                    CMNodes* nodes, const CMPath& path)
 {
-    auto* node = new FavoriteNode(contentManager, factory, path);
-    // Owned by the registry, so that it goes with the worker's node tree.
-    node->setParent(nodes);
-    node->setNodes(nodes);
-    return node;
+    return registeredNode(new FavoriteNode(contentManager, factory, path), nodes);
 }
 
 FavoriteNode::FavoriteNode(ContentManager* contentManager, NodesFactory* factory,
@@ -72,20 +64,7 @@ bool FavoriteNode::getRowsRequest(const CMGetRowsRequest& request)
 
 void FavoriteNode::favoriteItems(const QList<MivoRoles>& rows)
 {
-    CMListRowsNode::rowsClear();
-    m_pdtChannelIds.clear();
-    QList<MivoRoles> items;
-    items.reserve(rows.size());
-    for (MivoRoles row : rows) {
-        if (UiHelper::isLiveChannel(row))
-            m_pdtChannelIds.append(row.id());
-        // A stored row does not carry the whole content record.
-        row.removeEntry(MivoRoles::Value());
-        // An episode is listed under its channel's id, but its title is its own.
-        items.append(UiHelper::showsPdtCut(row) ? UiHelper::addPdtCut(row, m_contentManager) : row);
-    }
-    // One insert notice for the whole list rather than one per row.
-    rowsAppend(items);
+    m_pdtChannelIds = UiHelper::storeRowsWithCuts(this, rows, m_contentManager);
     m_contentManager->registerPdt(path(), m_pdtChannelIds);
 }
 

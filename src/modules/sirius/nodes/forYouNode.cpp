@@ -3,6 +3,7 @@
 #include "contentManager/contentManager.h"
 #include "nodes/nodesFactory.h"
 #include "nodes/pdtSubNode.h"
+#include "nodes/registeredNode.h"
 #include "nodes/uiHelper.h"
 #include "siriusLogging.h"
 
@@ -47,17 +48,12 @@ QString segmentOf(QString category)
     return category.remove(QLatin1Char(' ')).remove(QLatin1Char('\''));
 }
 
-/// What the user reads when the list could not be fetched: while the service's store of the
-/// user's preferences is away (bypass) retrying does not help, otherwise the connection is the
-/// likely cause.
+/// Why the list could not be fetched, in the user's words.
 CMError fetchError(const MivoSiriusBypassStatus& bypass)
 {
-    const bool inBypass = bypass.isGupIdUnavailable() || bypass.isGupUnavailable();
-    return CMError(QStringLiteral("SiriusXM"),
-                   inBypass
-                       ? TrString("ForYouNode", "ForYou currently not available")
-                       : TrString("ForYouNode",
-                                  "Error getting ForYou. Please check your internet connection"));
+    return UiHelper::fetchError(
+        bypass, TrString("ForYouNode", "ForYou currently not available"),
+        TrString("ForYouNode", "Error getting ForYou. Please check your internet connection"));
 }
 
 } // namespace
@@ -65,11 +61,7 @@ CMError fetchError(const MivoSiriusBypassStatus& bypass)
 ForYouNode* ForYouNode::create(ContentManager* contentManager, NodesFactory* factory,
                                CMNodes* nodes, const CMPath& path)
 {
-    auto* node = new ForYouNode(contentManager, factory, path);
-    // Owned by the registry, so that it goes with the worker's node tree.
-    node->setParent(nodes);
-    node->setNodes(nodes);
-    return node;
+    return registeredNode(new ForYouNode(contentManager, factory, path), nodes);
 }
 
 ForYouNode::ForYouNode(ContentManager* contentManager, NodesFactory* factory, const CMPath& path)
@@ -120,10 +112,7 @@ void ForYouNode::handleForYouResponse(const CMGetRowsRequest& request,
             // Live channels show what they play now while the category is open.
             child = PdtSubNode::create(m_contentManager, nodes(), childPath, items);
         } else {
-            child = new CMListRowsNode(childPath);
-            // Owned by the registry, like every node of the tree.
-            child->setParent(nodes());
-            child->setNodes(nodes());
+            child = registeredNode(new CMListRowsNode(childPath), nodes());
             child->rowsAppend(withoutContent(items));
         }
         child->setTitle(TrString(group.key()));

@@ -2,6 +2,7 @@
 
 #include "contentManager/contentManager.h"
 #include "nodes/nodesFactory.h"
+#include "nodes/registeredNode.h"
 #include "nodes/uiHelper.h"
 #include "siriusLogging.h"
 
@@ -27,11 +28,7 @@ OnDemandEpisodeNode* OnDemandEpisodeNode::create(ContentManager* contentManager,
                                                  NodesFactory* factory, CMNodes* nodes,
                                                  const CMPath& path)
 {
-    auto* node = new OnDemandEpisodeNode(contentManager, factory, path);
-    // Owned by the registry, so that it goes with the worker's node tree.
-    node->setParent(nodes);
-    node->setNodes(nodes);
-    return node;
+    return registeredNode(new OnDemandEpisodeNode(contentManager, factory, path), nodes);
 }
 
 OnDemandEpisodeNode::OnDemandEpisodeNode(ContentManager* contentManager, NodesFactory* factory,
@@ -78,10 +75,8 @@ CMListRowsNode* OnDemandEpisodeNode::createEpisodeList(const QString& showId,
                                                        const QString& showIcon,
                                                        const QList<MivoRoles>& roles)
 {
-    auto* list = new CMListRowsNode(uniqueListPath(showId));
-    // Owned by the registry like the nodes the factory makes; the timer below ends it sooner.
-    list->setParent(nodes());
-    list->setNodes(nodes());
+    // The timer below ends it sooner than the registry would.
+    auto* list = registeredNode(new CMListRowsNode(uniqueListPath(showId)), nodes());
     for (MivoRoles row : roles) {
         const MivoSiriusContent content = UiHelper::contentOf(row);
         row.removeEntry(MivoRoles::Value());

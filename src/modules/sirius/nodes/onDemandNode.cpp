@@ -2,6 +2,7 @@
 
 #include "contentManager/contentManager.h"
 #include "nodes/nodesFactory.h"
+#include "nodes/registeredNode.h"
 #include "nodes/uiHelper.h"
 #include "siriusLogging.h"
 
@@ -11,11 +12,7 @@ OnDemandNode* OnDemandNode::create(ContentManager* contentManager, NodesFactory*
                                    CMNodes* nodes, const CMPath& path, const QString& genre,
                                    const QString& channelId)
 {
-    auto* node = new OnDemandNode(contentManager, factory, path, genre, channelId);
-    // Owned by the registry, so that it goes with the worker's node tree.
-    node->setParent(nodes);
-    node->setNodes(nodes);
-    return node;
+    return registeredNode(new OnDemandNode(contentManager, factory, path, genre, channelId), nodes);
 }
 
 OnDemandNode::OnDemandNode(ContentManager* contentManager, NodesFactory* factory,

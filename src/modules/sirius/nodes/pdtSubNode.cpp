@@ -1,6 +1,7 @@
 #include "nodes/pdtSubNode.h"
 
 #include "contentManager/contentManager.h"
+#include "nodes/registeredNode.h"
 #include "nodes/uiHelper.h"
 #include "siriusLogging.h"
 
@@ -9,10 +10,7 @@
 PdtSubNode* PdtSubNode::create(ContentManager* contentManager, CMNodes* nodes, const CMPath& path,
                                const QList<MivoRoles>& rows)
 {
-    auto* node = new PdtSubNode(contentManager, path, rows);
-    node->setParent(nodes);
-    node->setNodes(nodes);
-    return node;
+    return registeredNode(new PdtSubNode(contentManager, path, rows), nodes);
 }
 
 PdtSubNode::PdtSubNode(ContentManager* contentManager, const CMPath& path,

@@ -2,6 +2,7 @@
 
 #include "contentManager/contentManager.h"
 #include "nodes/nodesFactory.h"
+#include "nodes/registeredNode.h"
 #include "nodes/uiHelper.h"
 #include "siriusLogging.h"
 
@@ -16,17 +17,12 @@ QList<MivoRoles> nothingPlayedYet()
     return {MivoRoles().setTitle(TrString("RecentNode", "No recently played channels").toString())};
 }
 
-/// What the user reads when the list could not be fetched: while the service's store of the
-/// user's preferences is away (bypass) retrying does not help, otherwise the connection is the
-/// likely cause.
+/// Why the list could not be fetched, in the user's words.
 CMError fetchError(const MivoSiriusBypassStatus& bypass)
 {
-    const bool inBypass = bypass.isGupIdUnavailable() || bypass.isGupUnavailable();
-    return CMError(QStringLiteral("SiriusXM"),
-                   inBypass
-                       ? TrString("RecentNode", "Bypass mode. Recents disabled.")
-                       : TrString("RecentNode",
-                                  "Error getting recents. Please check your internet connection"));
+    return UiHelper::fetchError(
+        bypass, TrString("RecentNode", "Bypass mode. Recents disabled."),
+        TrString("RecentNode", "Error getting recents. Please check your internet connection"));
 }
 
 } // namespace
@@ -34,11 +30,7 @@ CMError fetchError(const MivoSiriusBypassStatus& bypass)
 RecentNode* RecentNode::create(ContentManager* contentManager, NodesFactory* factory,
                                CMNodes* nodes, const CMPath& path)
 {
-    auto* node = new RecentNode(contentManager, factory, path);
-    // Owned by the registry, so that it goes with the worker's node tree.
-    node->setParent(nodes);
-    node->setNodes(nodes);
-    return node;
+    return registeredNode(new RecentNode(contentManager, factory, path), nodes);
 }
 
 RecentNode::RecentNode(ContentManager* contentManager, NodesFactory* factory, const CMPath& path)
@@ -76,20 +68,7 @@ bool RecentNode::getRowsRequest(const CMGetRowsRequest& request)
 
 void RecentNode::recentItems(const QList<MivoRoles>& rows)
 {
-    CMListRowsNode::rowsClear();
-    m_pdtChannelIds.clear();
-    QList<MivoRoles> items;
-    items.reserve(rows.size());
-    for (MivoRoles row : rows) {
-        if (UiHelper::isLiveChannel(row))
-            m_pdtChannelIds.append(row.id());
-        // A stored row does not carry the whole content record.
-        row.removeEntry(MivoRoles::Value());
-        // An episode is listed under its channel's id, but its title is its own.
-        items.append(UiHelper::showsPdtCut(row) ? UiHelper::addPdtCut(row, m_contentManager) : row);
-    }
-    // One insert notice for the whole list rather than one per row.
-    rowsAppend(items);
+    m_pdtChannelIds = UiHelper::storeRowsWithCuts(this, rows, m_contentManager);
     m_contentManager->registerPdt(path(), m_pdtChannelIds);
 }
 

@@ -2,6 +2,7 @@
 
 #include "contentManager/contentManager.h"
 #include "nodes/pdtSubNode.h"
+#include "nodes/registeredNode.h"
 #include "nodes/uiHelper.h"
 #include "siriusLogging.h"
 
@@ -31,11 +32,7 @@ MivoValue searchValue(const QVariant& value)
 SearchNode* SearchNode::create(ContentManager* contentManager, NodesFactory* factory,
                                CMNodes* nodes, const CMPath& path)
 {
-    auto* node = new SearchNode(contentManager, factory, path);
-    // Owned by the registry, so that it goes with the worker's node tree.
-    node->setParent(nodes);
-    node->setNodes(nodes);
-    return node;
+    return registeredNode(new SearchNode(contentManager, factory, path), nodes);
 }
 
 SearchNode::SearchNode(ContentManager* contentManager, NodesFactory* factory, const CMPath& path)
@@ -69,8 +66,6 @@ void SearchNode::handleSearchResponse(const CMSetDataRequest& request, int numbe
         UiHelper::splitToSections(UiHelper::decorateRoles(roles, m_factory, m_contentManager));
     PdtSubNode* results = PdtSubNode::create(m_contentManager, nodes(),
                                              path().subpath(QString::number(number)), rows);
-    // Owned by the registry like every other node; the timer ends it sooner.
-    results->setParent(nodes());
     new CMUnusedNodeTimer(results, kUnusedResultListMs);
     request.reply().setResult(results->path().toEncoded());
 }

@@ -137,3 +137,29 @@ QList<MivoRoles> UiHelper::splitToSections(const QList<MivoRoles>& roles)
     appendSection(result, "Episodes", episodes);
     return result;
 }
+
+QStringList UiHelper::storeRowsWithCuts(CMListRowsNode* node, const QList<MivoRoles>& rows,
+                                        ContentManager* contentManager)
+{
+    QStringList liveIds;
+    QList<MivoRoles> items;
+    items.reserve(rows.size());
+    for (MivoRoles row : rows) {
+        if (isLiveChannel(row))
+            liveIds.append(row.id());
+        row.removeEntry(MivoRoles::Value());
+        // An episode is listed under its channel's id, but its title is its own.
+        items.append(showsPdtCut(row) ? addPdtCut(row, contentManager) : row);
+    }
+    node->rowsClear();
+    // One insert notice for the whole list rather than one per row.
+    node->rowsAppend(items);
+    return liveIds;
+}
+
+CMError UiHelper::fetchError(const MivoSiriusBypassStatus& bypass, const TrString& inBypass,
+                             const TrString& otherwise)
+{
+    const bool bypassed = bypass.isGupIdUnavailable() || bypass.isGupUnavailable();
+    return CMError(QStringLiteral("SiriusXM"), bypassed ? inBypass : otherwise);
+}

@@ -1,10 +1,13 @@
 #pragma once
 // Thread contract: worker thread only (it reads the content manager).
 
+#include <mivosdk/CMError.h>
 #include <mivosdk/MivoRoles.h>
+#include <mivosdk/MivoSiriusBypassStatus.h>
 #include <mivosdk/MivoSiriusContent.h>
 
 #include <QList>
+#include <QStringList>
 
 class CMListRowsNode;
 class ContentManager;
@@ -45,4 +48,13 @@ public:
     /// Puts the current cut into the title of every row of `node` that shows one, announcing only
     /// the rows that changed (each replacement is a notice the host acts on).
     static void refreshPdtCuts(CMListRowsNode* node, ContentManager* contentManager);
+    /// Replaces the rows of `node` by `rows`, each without its content record and with its
+    /// channel's current cut as title where it shows one; answers the ids of the live channels.
+    static QStringList storeRowsWithCuts(CMListRowsNode* node, const QList<MivoRoles>& rows,
+                                         ContentManager* contentManager);
+    /// The error of a list the service could not deliver: while the service's store of the
+    /// user's settings is away (bypass) retrying does not help, so `inBypass` says so; otherwise
+    /// the connection is the likely cause.
+    static CMError fetchError(const MivoSiriusBypassStatus& bypass, const TrString& inBypass,
+                              const TrString& otherwise);
 };
