@@ -8,40 +8,16 @@
 
 using fixtures::browseRoot;
 using fixtures::channel;
+using fixtures::dueCut;
+using fixtures::lastPdtCall;
 using fixtures::NodesTest;
+using fixtures::pdtCalls;
 
 namespace {
 
 MivoSiriusContent xtraChannel(const QString& id, const QString& genre, int number)
 {
     return channel(id, genre, number, MivoSiriusAssetType::XtraChannel).setIsXtra(true);
-}
-
-MivoSiriusPdtCut dueCut(const QString& channelId, const QString& title)
-{
-    // Older than the delay after which a cut becomes current.
-    return MivoSiriusPdtCut()
-        .setChannelId(channelId)
-        .setTime(QDateTime::currentMSecsSinceEpoch() - 200000)
-        .setArtist(QStringLiteral("Artist"))
-        .setTitle(title);
-}
-
-/// The program-data calls made to the library, oldest first.
-std::vector<std::string> pdtCalls()
-{
-    std::vector<std::string> found;
-    for (const std::string& call : fake::library().callsSnapshot()) {
-        if (call.rfind("sxm_st", 0) == 0)
-            found.push_back(call);
-    }
-    return found;
-}
-
-std::string lastPdtCall()
-{
-    const auto calls = pdtCalls();
-    return calls.empty() ? std::string() : calls.back();
 }
 
 /// The channel ids of a "start for channel ids" call, sorted (the library gets them as a set).

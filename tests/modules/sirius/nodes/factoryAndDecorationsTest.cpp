@@ -8,7 +8,10 @@
 
 using fixtures::browseRoot;
 using fixtures::channel;
+using fixtures::dueCut;
+using fixtures::lastPdtCall;
 using fixtures::NodesTest;
+using fixtures::pdtCalls;
 
 namespace {
 
@@ -21,25 +24,6 @@ MivoRoles contentRow(const QString& id, MivoSiriusAssetType::Enum type, const QS
         .setTitle(title)
         .setIcon(QStringLiteral("icon-") + id)
         .setValue(MivoValue().setVariant(content.__variant()));
-}
-
-MivoSiriusPdtCut dueCut(const QString& channelId, const QString& title)
-{
-    return MivoSiriusPdtCut()
-        .setChannelId(channelId)
-        .setTime(QDateTime::currentMSecsSinceEpoch() - 200000)
-        .setArtist(QStringLiteral("Artist"))
-        .setTitle(title);
-}
-
-std::string lastPdtCall()
-{
-    const auto calls = fake::library().callsSnapshot();
-    for (auto it = calls.rbegin(); it != calls.rend(); ++it) {
-        if (it->rfind("sxm_st", 0) == 0)
-            return *it;
-    }
-    return std::string();
 }
 
 } // namespace

@@ -17,6 +17,34 @@ inline CMPath browseRoot()
     return CMPath(QStringList{QStringLiteral("sirius"), QStringLiteral("browse")});
 }
 
+/// A cut of `channelId` old enough to be current (older than the 160 s hold-back).
+inline MivoSiriusPdtCut dueCut(const QString& channelId, const QString& title)
+{
+    return MivoSiriusPdtCut()
+        .setChannelId(channelId)
+        .setTime(QDateTime::currentMSecsSinceEpoch() - 200000)
+        .setArtist(QStringLiteral("Artist"))
+        .setTitle(title);
+}
+
+/// The program-data calls made to the library, oldest first.
+inline std::vector<std::string> pdtCalls()
+{
+    std::vector<std::string> found;
+    for (const std::string& call : fake::library().callsSnapshot()) {
+        if (call.rfind("sxm_st", 0) == 0)
+            found.push_back(call);
+    }
+    return found;
+}
+
+/// The last program-data call made to the library, or an empty text.
+inline std::string lastPdtCall()
+{
+    const std::vector<std::string> calls = pdtCalls();
+    return calls.empty() ? std::string() : calls.back();
+}
+
 /// A node registry and a factory over the content manager of ContentManagerTest.
 class NodesTest : public ContentManagerTest
 {

@@ -11,7 +11,10 @@
 
 using fixtures::browseRoot;
 using fixtures::channel;
+using fixtures::dueCut;
+using fixtures::lastPdtCall;
 using fixtures::NodesTest;
+using fixtures::pdtCalls;
 
 namespace {
 
@@ -42,26 +45,6 @@ std::function<void(const sxm_callbacks&)> deliver(Callback sxm_callbacks::*callb
             (cb.*callback)(cb.context, &content, int(index));
         }
     };
-}
-
-MivoSiriusPdtCut dueCut(const QString& channelId, const QString& title)
-{
-    // Older than the delay after which a cut becomes current.
-    return MivoSiriusPdtCut()
-        .setChannelId(channelId)
-        .setTime(QDateTime::currentMSecsSinceEpoch() - 200000)
-        .setArtist(QStringLiteral("Artist"))
-        .setTitle(title);
-}
-
-std::string lastPdtCall()
-{
-    const auto calls = fake::library().callsSnapshot();
-    for (auto it = calls.rbegin(); it != calls.rend(); ++it) {
-        if (it->rfind("sxm_st", 0) == 0)
-            return *it;
-    }
-    return std::string();
 }
 
 MivoSiriusErrorNotification bypass(bool gupIdUnavailable, bool gupUnavailable)
