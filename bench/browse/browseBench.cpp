@@ -3,6 +3,7 @@
 // the first and a repeated get-rows of "All Channels", and one program-data tick with 2000
 // channels registered and 2000 cuts pending, due or not.
 
+#include "benchSupport.h"
 #include "contentManager/contentManager.h"
 #include "nodes/channelNode.h"
 #include "nodes/nodesFactory.h"
@@ -29,39 +30,6 @@ constexpr int kGenres = 10;
 /// A cut becomes current this long after its time stamp.
 constexpr qint64 kCutDelayMs = 160000;
 
-QList<MivoSiriusContent> lineUp()
-{
-    QList<MivoSiriusContent> records;
-    for (int i = 0; i < kChannels; ++i) {
-        // Every fifth channel is listed under a second genre too, as the service does.
-        for (int listing = 0; listing < (i % 5 == 0 ? 2 : 1); ++listing) {
-            const int genre = (i + listing * 3) % kGenres;
-            MivoSiriusContent content;
-            content.setAssetType(MivoSiriusAssetType::LiveChannel)
-                .setChannelId(QStringLiteral("ch%1").arg(i))
-                .setAssetGuid(QStringLiteral("guid-%1").arg(i))
-                .setTitle(QStringLiteral("Channel %1").arg((i * 7919) % kChannels))
-                .setDescription(QStringLiteral("The music of channel %1").arg(i))
-                .setGenre(QStringLiteral("Genre %1").arg(genre))
-                .setGenreKey(QStringLiteral("genre%1").arg(genre))
-                .setCategory(QStringLiteral("Music"))
-                .setSiriusChannelNumber(i + 1)
-                .setSortOrder(i)
-                .setLogos({MivoSiriusLogo()
-                               .setUrl(QStringLiteral("http://x/%1/300.png").arg(i))
-                               .setWidth(300)
-                               .setHeight(300),
-                           MivoSiriusLogo()
-                               .setUrl(QStringLiteral("http://x/%1/100.png").arg(i))
-                               .setWidth(100)
-                               .setHeight(100)});
-            records.append(content);
-        }
-    }
-    records.append(MivoSiriusContent()); // end mark
-    return records;
-}
-
 /// One cut per channel, stamped `ageMs` before now; `round` varies the texts.
 QList<MivoSiriusPdtCut> cuts(qint64 ageMs, int round = 0)
 {
@@ -84,7 +52,8 @@ struct Browse
 {
     Browse()
     {
-        for (const MivoSiriusContent& record : lineUp())
+        for (const MivoSiriusContent& record :
+             bench::lineUp(kChannels, kGenres, bench::Numbering::InOrder))
             manager.on_siriusLib_channel(record);
     }
 
@@ -195,11 +164,3 @@ void PdtTickAllDue(benchmark::State& state)
 BENCHMARK(PdtTickAllDue)->Unit(benchmark::kMillisecond);
 
 } // namespace
-
-int main(int argc, char** argv)
-{
-    QCoreApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
-}

@@ -151,11 +151,3 @@ void BrowseMemoryAfterEveryList(benchmark::State& state)
 BENCHMARK(BrowseMemoryAfterEveryList)->Arg(60)->Arg(2000)->Iterations(1)->Unit(benchmark::kSecond);
 
 } // namespace
-
-int main(int argc, char** argv)
-{
-    QCoreApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
-}
