@@ -47,11 +47,7 @@ void IntakeQueue::retireCurrentConnection()
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_retired = m_connection;
-    m_chunks.clear();
-    m_held.clear();
-    m_frontOffset = 0;
-    m_queued = 0;
-    m_heldBytes = 0;
+    emptyLocked();
 }
 
 void IntakeQueue::beginDrain()
@@ -102,16 +98,17 @@ void IntakeQueue::flush(quint64 connection)
         m_unflushed = false;
         m_draining = false;
     }
-    m_chunks.clear();
-    m_held.clear();
-    m_frontOffset = 0;
-    m_queued = 0;
-    m_heldBytes = 0;
+    emptyLocked();
 }
 
 void IntakeQueue::clear()
 {
     std::lock_guard<std::mutex> lock(m_mutex);
+    emptyLocked();
+}
+
+void IntakeQueue::emptyLocked()
+{
     m_chunks.clear();
     m_held.clear();
     m_frontOffset = 0;

@@ -61,6 +61,8 @@ public:
 
 private:
     void admitHeld();
+    /// Drops every queued and held byte; the caller holds the mutex.
+    void emptyLocked();
     bool hasRoomLocked() const;
 
     mutable std::mutex m_mutex; ///< guards every member below
