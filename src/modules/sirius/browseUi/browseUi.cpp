@@ -22,11 +22,9 @@ const char* const kContext = "BrowseUi";
 template <class Node>
 void dropList(QPointer<Node>& node)
 {
-    if (!node)
-        return;
-    node->rowsClear();
-    node->deleteLater();
-    node = nullptr;
+    if (node)
+        node->rowsClear();
+    releaseNode(node);
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include "nodes/onDemandEpisodeNode.h"
 #include "nodes/onDemandNode.h"
 #include "nodes/recentNode.h"
+#include "nodes/registeredNode.h"
 
 #include <mivosdk/MivoRoles.h>
 #include <mivosdk/MivoSiriusEnums.h>
@@ -37,14 +38,6 @@ void deleteAll(QHash<CMPath, QPointer<Node>>& nodes)
         if (node)
             node->deleteLater();
     }
-}
-
-template <class Node>
-void deleteOne(QPointer<Node>& node)
-{
-    if (node)
-        node->deleteLater();
-    node = nullptr;
 }
 
 } // namespace
@@ -153,10 +146,10 @@ CMPath NodesFactory::makeRecentContextNode()
 
 void NodesFactory::clear()
 {
-    deleteOne(m_recentNode);
-    deleteOne(m_favoriteNode);
-    deleteOne(m_contextNode);
-    deleteOne(m_onDemandEpisodeNode);
+    releaseNode(m_recentNode);
+    releaseNode(m_favoriteNode);
+    releaseNode(m_contextNode);
+    releaseNode(m_onDemandEpisodeNode);
     deleteAll(m_channelNodes);
     deleteAll(m_onDemandNodes);
 }
