@@ -31,6 +31,15 @@ TEST(Catalog, ScalesFromOneToThousandsOfUniqueChannels)
     }
 }
 
+TEST(Catalog, SameSeedSameCatalogOtherSeedOtherCatalog)
+{
+    const Catalog one(7, 60, kAnchor), same(7, 60, kAnchor), other(8, 60, kAnchor);
+    EXPECT_EQ(same.channels()[4].id, one.channels()[4].id);
+    EXPECT_EQ(same.liveTrack(same.channels()[4], 100).title,
+              one.liveTrack(one.channels()[4], 100).title);
+    EXPECT_NE(other.channels()[4].assetGuid, one.channels()[4].assetGuid);
+}
+
 TEST(Catalog, XtraTracksAreWholeSegmentsAndFindable)
 {
     const Catalog catalog(1, 60, kAnchor);
