@@ -5,32 +5,16 @@
 #include "fakeSxmLib.h"
 #include "logCapture.h"
 
-#include <mivosdk/CMListRowsNode.h>
 #include <mivosdk/CMRoot.h>
 #include <mivosdk/MivoPaths.h>
-#include <mivosdk/MivoRowsRoles.h>
 
 #include <QThread>
 
-#include <atomic>
 #include <gtest/gtest.h>
 
 using testsupport::waitUntil;
 
 namespace {
-
-/// Records the order in which requests reach it and answers each.
-class RecordingNode : public CMListRowsNode
-{
-public:
-    using CMListRowsNode::CMListRowsNode;
-    bool getRowsRequest(const CMGetRowsRequest& request) override
-    {
-        order << request.path().param(QStringLiteral("n"));
-        return CMListRowsNode::getRowsRequest(request);
-    }
-    QStringList order;
-};
 
 class SiriusWorkerTest : public ::testing::Test
 {
@@ -111,31 +95,6 @@ TEST_F(SiriusWorkerTest, AnyVersionButThreeZeroZeroLeavesTheModuleUninitialized)
     }
 }
 
-TEST_F(SiriusWorkerTest, AFailedInitialisationLeavesTheModuleUninitialized)
-{
-    result("sxm_init", 0);
-    sirius::test::LogCapture log(sirius::cbSiriusLogger());
-    SiriusWorker worker({});
-    EXPECT_FALSE(worker.isInitialized());
-    EXPECT_EQ(log.linesContaining("Failed to initialize sirius library: ").size(), 1u);
-    CMGetDataRequest data(MivoSiriusBrowsePath(), MivoRoles::Title());
-    worker.request(data);
-    EXPECT_EQ(errorOf(data), QStringLiteral("Sirius module is not initialized"));
-}
-
-TEST_F(SiriusWorkerTest, WithoutAStoredPasswordEveryRequestAsksToLogInAndNoSignInStarts)
-{
-    setAccount(QStringLiteral("user"), QString());
-    SiriusWorker worker({});
-    ASSERT_TRUE(worker.isInitialized());
-    for (int i = 0; i < 2; ++i) {
-        CMGetRowsRequest rows(MivoSiriusBrowsePath());
-        worker.request(rows);
-        EXPECT_EQ(errorOf(rows), QStringLiteral("Please log in"));
-    }
-    EXPECT_EQ(calls("sxm_configure_sirius"), 0);
-}
-
 TEST_F(SiriusWorkerTest, ARefusedSignInFailsOnlyThatRequestAndTheNextOneTriesAgain)
 {
     result("sxm_configure_sirius", 0);
@@ -160,42 +119,6 @@ TEST_F(SiriusWorkerTest, ARefusedSignInFailsOnlyThatRequestAndTheNextOneTriesAga
     CMGetRowsRequest third(MivoSiriusBrowsePath());
     worker.request(third);
     EXPECT_EQ(errorOf(third), QStringLiteral("No line-up")) << "the library's own error";
-}
-
-TEST_F(SiriusWorkerTest, RequestsThatArriveDuringASignInAreDispatchedNewestFirst)
-{
-    // The sign-in lasts until all three requests are in, however fast the library thread is.
-    std::atomic<bool> release{false};
-    {
-        std::lock_guard<std::mutex> lock(fake::library().mutex);
-        fake::library().during["sxm_configure_sirius"] = [&release](const sxm_callbacks&) {
-            while (!release)
-                QThread::msleep(1);
-            std::lock_guard<std::mutex> inner(fake::library().mutex);
-            fake::library().status = SXM_STATUS_SIGNED_IN;
-        };
-    }
-    SiriusWorker worker({});
-    auto* node = new RecordingNode(CMPath("/t/list"), &worker);
-    node->setNodes(worker.nodes());
-    QList<CMGetRowsRequest> requests;
-    for (const char* n : {"A", "B", "C"}) {
-        requests << CMGetRowsRequest(
-            CMPath(QStringLiteral("/t/list?n=%1").arg(QLatin1String(n)).toUtf8().constData()));
-        worker.request(requests.last());
-    }
-    release = true;
-    ASSERT_TRUE(waitUntil([&] { return node->order.size() == 3; }));
-    EXPECT_EQ(node->order, (QStringList{"C", "B", "A"}));
-    EXPECT_EQ(calls("sxm_configure_sirius"), 1) << "one sign-in for all three";
-    EXPECT_EQ(calls("sxm_channel_list"), 1);
-
-    // Once ready, requests go through in the order they come.
-    node->order.clear();
-    for (const char* n : {"D", "E"})
-        worker.request(CMGetRowsRequest(
-            CMPath(QStringLiteral("/t/list?n=%1").arg(QLatin1String(n)).toUtf8().constData())));
-    EXPECT_EQ(node->order, (QStringList{"D", "E"}));
 }
 
 TEST_F(SiriusWorkerTest, TheAccountNodeIsWritableWhileTheQueueWaitsForASignIn)
@@ -260,49 +183,4 @@ TEST_F(SiriusWorkerTest, SigningInThroughTheAccountNodeAnnouncesTheChangeOnlyOnS
     worker.request(otherRole);
     EXPECT_TRUE(otherRole.reply().isError()) << "the framework's default answer";
     EXPECT_EQ(log.linesContaining("role is not for SiriusAccount").size(), 1u);
-}
-
-TEST_F(SiriusWorkerTest, TuneStartStaysInStepBothWaysWithoutEcho)
-{
-    SiriusWorker worker({});
-    const auto reportSettings = [&](SiriusLib::Settings settings) {
-        QMetaObject::invokeMethod(&worker, "on_lib_globalSettings",
-                                  Q_ARG(SiriusLib::Settings, settings));
-    };
-    const auto userSets = [&](bool on) {
-        root.setValue(MivoSiriusSettingsTuneStart(), MivoValue().setBool(on).__variant());
-        testsupport::pump(30);
-    };
-    const auto updates = [&] {
-        int n = 0;
-        for (const std::string& call : fake::library().callsSnapshot())
-            n += call.rfind("sxm_update_global_settings", 0) == 0 ? 1 : 0;
-        return n;
-    };
-
-    userSets(true);
-    EXPECT_EQ(updates(), 0) << "nothing is sent before the library reported its settings";
-
-    reportSettings({{QStringLiteral("Other"), QStringLiteral("x")}});
-    testsupport::pump(30);
-    EXPECT_TRUE(MivoValue(root.getValue(MivoSiriusSettingsTuneStart()).toHash()).toBool())
-        << "unchanged";
-
-    reportSettings({{QStringLiteral("TuneStart"), QStringLiteral("off")},
-                    {QStringLiteral("Other"), QStringLiteral("x")}});
-    testsupport::pump(30);
-    EXPECT_FALSE(MivoValue(root.getValue(MivoSiriusSettingsTuneStart()).toHash()).toBool());
-    EXPECT_EQ(updates(), 0)
-        << "the host setting written from the library's report does not echo back";
-
-    userSets(true);
-    ASSERT_TRUE(waitUntil([&] { return updates() == 1; }));
-    EXPECT_EQ(calls("sxm_update_global_settings(Other=x;TuneStart=on;)") +
-                  calls("sxm_update_global_settings(TuneStart=on;Other=x;)"),
-              1)
-        << "the whole map goes to the library";
-    reportSettings({{QStringLiteral("TuneStart"), QStringLiteral("On")}});
-    testsupport::pump(30);
-    EXPECT_FALSE(MivoValue(root.getValue(MivoSiriusSettingsTuneStart()).toHash()).toBool())
-        << "only \"on\" exactly means on";
 }

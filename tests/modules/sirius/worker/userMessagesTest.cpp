@@ -73,13 +73,6 @@ protected:
         shown.clear();
         return result;
     }
-    int calls(const std::string& prefix)
-    {
-        const auto all = fake::library().callsSnapshot();
-        return int(std::count_if(all.begin(), all.end(), [&](const std::string& call) {
-            return call.rfind(prefix, 0) == 0;
-        }));
-    }
     QString storedUser()
     {
         return MivoValue(root.getValue(MivoSiriusSettingsAccountPath()).toHash())
@@ -131,51 +124,4 @@ TEST_F(UserMessagesTest, LeavingBypassAfterASignInDuringItSignsTheUserOut)
     EXPECT_TRUE(storedUser().isEmpty()) << "the next request signs in afresh";
     EXPECT_TRUE(notices.contains(CMSubscribe::RowsChangeClose() + " " +
                                  MivoSiriusBrowsePath().toEncoded()));
-}
-
-TEST_F(UserMessagesTest, PopUpsAreErrorsForSixSecondsAndTheirBodyHasNoTrailingNewline)
-{
-    worker->on_lib_error(notification(bypass(false, true)));
-    ASSERT_EQ(shown.size(), 1);
-    EXPECT_EQ(shown[0].priority(), 4);
-    EXPECT_EQ(shown[0].timeout(), 6000);
-    EXPECT_FALSE(shown[0].message().endsWith('\n'));
-}
-
-TEST_F(UserMessagesTest, FavoriteActionsAddOrRemoveAndAreRefusedInBypass)
-{
-    CMPath add = MivoSiriusFavoritePath();
-    add.addParam(MivoSiriusContent::AssetGuid(), "g1")
-        .addParam(MivoSiriusContent::AssetType(), "Show")
-        .addParam(MivoSiriusContent::ChannelId(), "ch1");
-    CMPath remove = add;
-    remove.addParam("favorite", QString());
-
-    const CMSetDataRequest adding(add, MivoRoles::Activate(), QVariant());
-    worker->on_favorites_activated(adding);
-    EXPECT_TRUE(adding.reply().isFinished() && !adding.reply().isError());
-    const CMSetDataRequest removing(remove, MivoRoles::Activate(), QVariant());
-    worker->on_favorites_activated(removing);
-    ASSERT_TRUE(testsupport::waitUntil([&] { return calls("sxm_update_server_favorites") == 2; }));
-    const auto all = fake::library().callsSnapshot();
-    EXPECT_NE(std::find(all.begin(), all.end(), "sxm_update_server_favorites(g1:1:ch1:0;)"),
-              all.end());
-    EXPECT_NE(std::find(all.begin(), all.end(), "sxm_update_server_favorites(g1:1:ch1:1;)"),
-              all.end());
-
-    worker->on_lib_error(notification(bypass(false, true)));
-    const CMSetDataRequest refused(add, MivoRoles::Activate(), QVariant());
-    worker->on_favorites_activated(refused);
-    EXPECT_EQ(refused.reply().error().message().toString(),
-              QStringLiteral("Bypass mode. Favorites disabled."));
-    testsupport::pump();
-    EXPECT_EQ(calls("sxm_update_server_favorites"), 2) << "nothing changes in bypass";
-}
-
-TEST_F(UserMessagesTest, ClearingRecentsAsksTheLibrary)
-{
-    const CMSetDataRequest clear(MivoSiriusClearRecentsPath(), MivoRoles::Activate(), QVariant());
-    worker->on_clearRecents_activated(clear);
-    EXPECT_TRUE(clear.reply().isFinished());
-    EXPECT_TRUE(testsupport::waitUntil([&] { return calls("sxm_clearRecents") == 1; }));
 }
