@@ -155,16 +155,3 @@ TEST_F(ContentManagerTest, ClearRecentAnnouncesTheChangeAndErrorsPassThrough)
     fake::library().error = "Service unavailable";
     EXPECT_EQ(manager.forYou().error().message().toString(), QStringLiteral("Service unavailable"));
 }
-
-TEST_F(ContentManagerTest, BypassStatusAndRefreshNoticesPassThrough)
-{
-    MivoSiriusErrorNotification notification;
-    notification.setBypassStatus(MivoSiriusBypassStatus().setIsGupUnavailable(true));
-    manager.on_siriusLib_error(notification);
-    EXPECT_TRUE(manager.bypassStatus().isGupUnavailable());
-    QList<MivoSiriusModuleType::Enum> refreshed;
-    QObject::connect(&manager, &ContentManager::onRefresh,
-                     [&](MivoSiriusModuleType::Enum m) { refreshed << m; });
-    manager.on_siriusLib_refresh(MivoSiriusModuleType::Favorites);
-    EXPECT_EQ(refreshed, QList<MivoSiriusModuleType::Enum>{MivoSiriusModuleType::Favorites});
-}
