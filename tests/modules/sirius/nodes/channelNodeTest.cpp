@@ -59,45 +59,7 @@ protected:
 
 } // namespace
 
-// --- query, sort and filter
-
-TEST_F(ChannelNodeTest, ListsTheLineUpInTheWantedOrderNarrowedByGenreAndXtra)
-{
-    EXPECT_EQ(idsOf(getRows(list("", false, false)).rows()), (QStringList{"b", "c", "a", "x"}))
-        << "all channels by number";
-    EXPECT_EQ(idsOf(getRows(list("", false, false, MivoSiriusContent::SortOrder())).rows()),
-              (QStringList{"x", "a", "c", "b"}))
-        << "the same line-up by another role";
-    EXPECT_EQ(idsOf(getRows(list("pop", false, false)).rows()), (QStringList{"c", "a", "x"}));
-    EXPECT_EQ(idsOf(getRows(list("pop", true, false)).rows()), QStringList{"x"});
-    EXPECT_TRUE(getRows(list("jazz", false, false)).rows().isEmpty());
-    EXPECT_FALSE(lastError.isError()) << "an empty genre is an empty list, not a failure";
-}
-
-TEST_F(ChannelNodeTest, RowsLeaveTheContentRecordBehindAndOfferTheChannelsMenu)
-{
-    const QList<MivoRoles> rows = getRows(list("rock", false, false)).rows();
-    ASSERT_EQ(rows.size(), 1);
-    EXPECT_FALSE(rows[0].hasEntry(MivoRoles::Value()));
-    EXPECT_EQ(rows[0].title(), QStringLiteral("Title b"));
-    const CMPath menu = rows[0].context().path();
-    EXPECT_EQ(menu.param(MivoSiriusContent::Title()), QStringLiteral("Title b"));
-    EXPECT_EQ(menu.param(MivoSiriusContent::ChannelId()), QStringLiteral("b"));
-    EXPECT_EQ(menu.param(MivoSiriusContent::AssetGuid()), QStringLiteral("guid-b"));
-    EXPECT_EQ(menu.param(MivoSiriusContent::AssetType()),
-              MivoSiriusAssetType::toString(MivoSiriusAssetType::LiveChannel));
-}
-
-TEST_F(ChannelNodeTest, NoContextMenuWhenNotFullFeatured)
-{
-    const CMPath path = browseRoot().subpath(QStringLiteral("plainChannels"));
-    ChannelNode::create(&manager, &factory, &nodes, path, false,
-                        MivoSiriusContent::SiriusChannelNumber(), QString(), false, true);
-    const QList<MivoRoles> rows = getRows(path).rows();
-    ASSERT_EQ(rows.size(), 4);
-    for (const MivoRoles& row : rows)
-        EXPECT_FALSE(row.hasEntry(MivoRoles::Context())) << row.id().toStdString();
-}
+// --- link title
 
 TEST_F(ChannelNodeTest, ShowsTheTitleAndIconOfTheLinkThatLedThere)
 {
@@ -154,19 +116,6 @@ TEST_F(ChannelNodeTest, AllChannelsRegisterTheirLiveIdsAGenreItsKeyEvenWithoutRo
     getRows(list("", false, true));
     EXPECT_EQ(lastPdtCall().rfind("sxm_startPtdNotificationForChannelIds(", 0), 0u);
     EXPECT_EQ(idsOf(lastPdtCall()), (QStringList{"a", "b", "c"}));
-}
-
-TEST_F(ChannelNodeTest, AListWithoutProgramDataNeverRegistersNorRewritesTitles)
-{
-    const CMPath path = list("pop", false, false);
-    ChannelNode* node = nodeAt(path);
-    node->addRowsPath(path);
-    getRows(path);
-    manager.on_siriusLib_pdtCuts({dueCut("a", "Song")});
-    EXPECT_TRUE(pdtCalls().empty()) << lastPdtCall();
-    EXPECT_EQ(node->rows()[1].title(), QStringLiteral("Title a"));
-    node->removeRowsPath(path);
-    EXPECT_EQ(node->rowsCount(), 3) << "closing does not empty it either";
 }
 
 // --- observers coming and going

@@ -63,43 +63,6 @@ protected:
 
 } // namespace
 
-TEST_F(OnDemandNodesTest, ShowsGroupUnderTheirChannelEachTimeTheChannelChanges)
-{
-    script("sxm_getShows", scriptShows);
-    const CMPath path = factory.makeOnDemandNode("Pop shows", "pop.png", "pop", "");
-    const MivoRowsRoles answer = getRows(path);
-    EXPECT_FALSE(lastError.isError()) << lastError.toString().toStdString();
-    EXPECT_EQ(titles(answer.rows()), (QStringList{"Title a", "1 Morning", "2 Noon", "Title b",
-                                                  "3 Evening", "Title a", "4 Night"}));
-    EXPECT_EQ(answer.total(), -1) << "the list announces no total";
-    for (int header : {0, 3, 5})
-        EXPECT_EQ(answer.rows()[header].type(), int(MivoRolesType::SectionHeader));
-
-    const MivoRoles show = answer.rows()[1];
-    EXPECT_FALSE(show.hasEntry(MivoRoles::Value())) << "a row does not carry the whole record";
-    EXPECT_EQ(show.path().segments().last(), QStringLiteral("onDemandEpisode"));
-    EXPECT_EQ(show.path().param("id"), QStringLiteral("show-1"));
-    const CMPath menu = show.context().path();
-    EXPECT_EQ(menu.param(MivoSiriusContent::Title()), QStringLiteral("1 Morning"));
-    EXPECT_EQ(menu.param(MivoSiriusContent::ChannelId()), QStringLiteral("a"));
-    EXPECT_EQ(menu.param(MivoSiriusContent::AssetGuid()), QStringLiteral("show-1"));
-    EXPECT_EQ(menu.param(MivoSiriusContent::AssetType()),
-              MivoSiriusAssetType::toString(MivoSiriusAssetType::Show));
-
-    EXPECT_EQ(titles(getRows(path, 3, 2).rows()), (QStringList{"Title b", "3 Evening"}))
-        << "pages come from the stored rows";
-    EXPECT_EQ(calls("sxm_getShows(pop,)"), 1) << "the list is fetched once for the node's life";
-}
-
-TEST_F(OnDemandNodesTest, AGenreWithoutShowsHasOnePlaceholderRow)
-{
-    script("sxm_getShows", [](const sxm_callbacks& cb) { cb.onShows(cb.context, nullptr, 0, 0); });
-    const QList<MivoRoles> rows = getRows(factory.makeOnDemandNode("Talk", "", "talk", "")).rows();
-    ASSERT_EQ(rows.size(), 1);
-    EXPECT_EQ(rows[0].title(), QStringLiteral("No shows available"));
-    EXPECT_EQ(rows[0].type(), int(MivoRolesType::Placeholder));
-}
-
 TEST_F(OnDemandNodesTest, AFailedListingIsAnsweredWithItsErrorAndAskedAgainNextTime)
 {
     result("sxm_getShows", 0);
@@ -130,19 +93,6 @@ TEST_F(OnDemandNodesTest, AnAnswerForANodeLoadedMeanwhileAddsNothing)
     EXPECT_EQ(titles(getRows(path).rows()), (QStringList{"Title a", "Earlier answer"}));
     EXPECT_EQ(titles(getRows(path).rows()), (QStringList{"Title a", "Earlier answer"}));
     EXPECT_EQ(calls("sxm_getShows(pop,)"), 1) << "a loaded node does not ask again";
-}
-
-TEST_F(OnDemandNodesTest, ALinkToTheShowsShowsTheTitleAndIconItCarries)
-{
-    const CMPath path = factory.makeOnDemandNode("OnDemand", "od.png", "", "a");
-    auto* node = qobject_cast<OnDemandNode*>(nodes.node(path));
-    ASSERT_NE(node, nullptr);
-    node->setDescription(TrString("Shows of a"));
-    const MivoRoles link = nodes.resolveLink(MivoRoles().setPath(path));
-    EXPECT_EQ(link.title(), QStringLiteral("OnDemand"));
-    EXPECT_EQ(link.icon(), QStringLiteral("od.png"));
-    EXPECT_EQ(link.description(), QStringLiteral("Shows of a")) << "the rest is the node's own";
-    EXPECT_TRUE(nodes.resolveLink(MivoRoles().setPath(path.withoutParams())).title().isEmpty());
 }
 
 TEST_F(OnDemandNodesTest, EpisodesRedirectToAFreshListThatGoesWhenUnused)

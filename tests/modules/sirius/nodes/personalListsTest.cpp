@@ -99,39 +99,6 @@ protected:
 
 // --- For You
 
-TEST_F(PersonalListsTest, ForYouShowsOneListPerCategoryInPlainNameOrder)
-{
-    script("sxm_get_forYouCarousel",
-           deliver(&sxm_callbacks::onForYou, {{"s1", SXM_ASSET_SHOW, "Show one", "Kids' Corner"},
-                                              {"l1", SXM_ASSET_LIVE_CHANNEL, "Live one", "Rock"},
-                                              {"e1", SXM_ASSET_EPISODE, "Episode one", "Hip Hop"},
-                                              {"s2", SXM_ASSET_SHOW, "Show two", "Kids' Corner"},
-                                              {"a1", SXM_ASSET_SHOW, "Quiet show", "acoustic"},
-                                              {"c1", SXM_ASSET_CATEGORY, "Pop", "Hip Hop"}}));
-    const QList<MivoRoles> rows = getRows(forYou()->path()).rows();
-    EXPECT_EQ(titles(rows), (QStringList{"Hip Hop", "Kids' Corner", "Rock", "acoustic"}))
-        << "plain comparison: capitals first";
-    QStringList segments;
-    for (const MivoRoles& row : rows)
-        segments << row.path().segments().last();
-    EXPECT_EQ(segments, (QStringList{"HipHop", "KidsCorner", "Rock", "acoustic"}))
-        << "spaces and apostrophes are left out of the path";
-
-    auto* kids = qobject_cast<CMListRowsNode*>(nodes.node(rows[1].path()));
-    ASSERT_NE(kids, nullptr);
-    EXPECT_EQ(titles(kids->rows()), (QStringList{"Show one", "Show two"})) << "reply order";
-    EXPECT_FALSE(kids->rows()[0].hasEntry(MivoRoles::Value()));
-    EXPECT_EQ(kids->rows()[0].path().segments().last(), QStringLiteral("onDemandEpisode"))
-        << "the rows are decorated";
-    EXPECT_EQ(qobject_cast<PdtSubNode*>(kids), nullptr) << "no live channel, no program data";
-    EXPECT_EQ(titles(qobject_cast<CMListRowsNode*>(nodes.node(rows[0].path()))->rows()),
-              (QStringList{"Episode one", "Pop"}));
-
-    auto* rock = qobject_cast<PdtSubNode*>(nodes.node(rows[2].path()));
-    ASSERT_NE(rock, nullptr) << "a category with a live channel follows what it plays";
-    EXPECT_EQ(rock->pdtChannelIds(), QStringList{"l1"});
-}
-
 TEST_F(PersonalListsTest, ForYouIsFetchedOnceAndAgainAfterAnyRefresh)
 {
     script("sxm_get_forYouCarousel",
@@ -157,49 +124,6 @@ TEST_F(PersonalListsTest, ForYouIsFetchedOnceAndAgainAfterAnyRefresh)
 }
 
 // --- Favorites
-
-TEST_F(PersonalListsTest, FavoritesComeInSectionsAndRegisterTheirLiveChannels)
-{
-    load({channel("l1", "Pop", 1),
-          channel("x1", "Pop", 2, MivoSiriusAssetType::XtraChannel).setTitle("Xtra one")});
-    manager.on_siriusLib_pdtCuts({dueCut("l1", "Song")});
-    script("sxm_get_favorites",
-           deliver(&sxm_callbacks::onFavorites, {{"l1", SXM_ASSET_EPISODE, "Episode of l1"},
-                                                 {"x1", SXM_ASSET_XTRA_CHANNEL, "x1"},
-                                                 {"l1", SXM_ASSET_LIVE_CHANNEL, "Live one"},
-                                                 {"c", SXM_ASSET_CATEGORY, "Pop"}}));
-    FavoriteNode* node = favorites();
-    const QList<MivoRoles> rows = getRows(node->path()).rows();
-    EXPECT_EQ(titles(rows), (QStringList{"Categories", "Pop", "Channels", "Xtra one",
-                                         "Artist - Song", "Episodes", "Episode of l1"}))
-        << "an episode keeps its own title though it carries its channel's id";
-    EXPECT_EQ(rows[0].type(), int(MivoRolesType::SectionHeader));
-    for (const MivoRoles& row : rows)
-        EXPECT_FALSE(row.hasEntry(MivoRoles::Value())) << row.title().toStdString();
-    EXPECT_EQ(node->pdtChannelIds(), QStringList{"l1"});
-    EXPECT_EQ(lastPdtCall(), "sxm_startPtdNotificationForChannelIds(l1;)");
-}
-
-TEST_F(PersonalListsTest, FavoritesAreFetchedAgainAfterAChange)
-{
-    script("sxm_get_favorites",
-           deliver(&sxm_callbacks::onFavorites, {{"s1", SXM_ASSET_SHOW, "Old show"}}));
-    const CMPath path = favorites()->path();
-    EXPECT_EQ(titles(getRows(path).rows()), (QStringList{"Shows", "Old show"}));
-    getRows(path);
-    EXPECT_EQ(calls("sxm_get_favorites"), 1);
-
-    script("sxm_get_favorites",
-           deliver(&sxm_callbacks::onFavorites, {{"s2", SXM_ASSET_SHOW, "New show"}}));
-    resets.clear();
-    EXPECT_TRUE(manager
-                    .updateFavorites(MivoSiriusFavorite().setChannelId("s1").setChangeType(
-                        MivoSiriusFavoriteChangeType::Removed))
-                    .result());
-    EXPECT_TRUE(resets.contains(path));
-    EXPECT_EQ(titles(getRows(path).rows()), (QStringList{"Shows", "New show"}));
-    EXPECT_EQ(calls("sxm_get_favorites"), 2);
-}
 
 TEST_F(PersonalListsTest, FavoritesUnregisterWhenTheLastObserverLeaves)
 {

@@ -114,31 +114,6 @@ TEST_F(SearchContextTest, EachSearchGetsAFreshNumberedResultListInSections)
     EXPECT_NE(nodes.node(second), results);
 }
 
-TEST_F(SearchContextTest, ALiveChannelOffersTheFavoriteActionAndItsShows)
-{
-    script("sxm_get_favorites", scriptFavorites);
-    const QString live = MivoSiriusAssetType::toString(MivoSiriusAssetType::LiveChannel);
-    const CMPath quietMenu = factory.makeContextNode("Quiet", "quiet", "guid-quiet", live);
-    const QList<MivoRoles> rows = menu(quietMenu);
-    ASSERT_EQ(titles(rows), (QStringList{"Add to favorites", "OnDemand"}))
-        << lastError.toString().toStdString();
-
-    EXPECT_EQ(rows[0].type(), int(MivoRolesType::Action));
-    EXPECT_EQ(rows[0].path().withoutParams(), MivoSiriusFavoritePath());
-    EXPECT_EQ(rows[0].path().params(), quietMenu.params())
-        << "the action names the item by the menu's parameters";
-
-    EXPECT_EQ(rows[1].type(), int(MivoRolesType::Container));
-    EXPECT_EQ(segmentsBelowRoot(rows[1].path()),
-              (QStringList{"onDemand", "genre:all", "channelId:quiet"}));
-    EXPECT_EQ(rows[1].path().param(MivoRoles::Title()), QStringLiteral("OnDemand"));
-    EXPECT_EQ(rows[1].path().param(MivoRoles::Icon()), MivoService_SiriusOnDemand_Icon());
-    EXPECT_NE(nodes.node(rows[1].path()), nullptr) << "the link leads to a node";
-
-    EXPECT_EQ(titles(menu(factory.makeContextNode("Live", "live", "guid-live", live))),
-              (QStringList{"Remove from favorites", "OnDemand"}));
-}
-
 TEST_F(SearchContextTest, ShowsEpisodesAndXtraChannelsOfferOnlyTheFavoriteAction)
 {
     script("sxm_get_favorites", scriptFavorites);
@@ -152,17 +127,6 @@ TEST_F(SearchContextTest, ShowsEpisodesAndXtraChannelsOfferOnlyTheFavoriteAction
     EXPECT_EQ(titles(menu(factory.makeContextNode("Item", "live", "guid", "Nonsense"))),
               QStringList{"Remove from favorites"})
         << "an unknown asset type offers no shows";
-}
-
-TEST_F(SearchContextTest, ACategoryOffersOnlyItsShows)
-{
-    const QList<MivoRoles> rows = menu(factory.makeContextNode(
-        "jazz", "", "", MivoSiriusAssetType::toString(MivoSiriusAssetType::Category)));
-    ASSERT_EQ(titles(rows), QStringList{"OnDemand"});
-    EXPECT_EQ(segmentsBelowRoot(rows[0].path()),
-              (QStringList{"onDemand", "genre:jazz", "channelId:all"}))
-        << "a category's menu title is its genre key";
-    EXPECT_EQ(calls("sxm_get_favorites"), 0) << "no channel, no favorites to ask";
 }
 
 TEST_F(SearchContextTest, TheRecentListsMenuOnlyClearsWhateverElseThePathCarries)
