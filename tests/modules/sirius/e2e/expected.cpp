@@ -32,16 +32,6 @@ std::vector<const sxm::service::Content*> lineUpRecords()
     return records;
 }
 
-std::vector<const sxm::service::Channel*> liveChannels()
-{
-    std::vector<const sxm::service::Channel*> channels;
-    for (const sxm::service::Channel& channel : catalog().channels())
-        channels.push_back(&channel);
-    std::sort(channels.begin(), channels.end(),
-              [](const auto* a, const auto* b) { return a->number < b->number; });
-    return channels;
-}
-
 const sxm::service::Channel* channelById(const QString& id)
 {
     return catalog().findChannel(id.toStdString());
@@ -62,11 +52,6 @@ QStringList cutTextsBetween(const sxm::service::Channel& channel, qint64 fromMs,
     for (std::int64_t index = first; index <= last; ++index)
         texts << cutText(catalog().liveTrack(channel, index));
     return texts;
-}
-
-sxm::service::Track nextTrack(const sxm::service::Channel& channel, qint64 ms)
-{
-    return catalog().liveTrack(channel, catalog().liveTrackIndexAt(channel, ms) + 1);
 }
 
 namespace paths {
@@ -91,8 +76,6 @@ QString flag(bool value)
     return value ? QStringLiteral("true") : QStringLiteral("false");
 }
 
-} // namespace
-
 QString channelList(const QString& title, const QString& sortKey, const QString& filter, bool xtra,
                     bool pdt)
 {
@@ -103,6 +86,8 @@ QString channelList(const QString& title, const QString& sortKey, const QString&
         .appendSubpath(QStringLiteral("pdt:") + flag(pdt));
     return withTitleAndIcon(path, title);
 }
+
+} // namespace
 
 QString allChannels()
 {
@@ -159,16 +144,6 @@ QString recentContext()
     return browse(QStringLiteral("contextNode"))
         .addParam(QStringLiteral("clearRecent"), QString())
         .toEncoded();
-}
-
-QString favoriteAction()
-{
-    return MivoSiriusFavoritePath().toEncoded();
-}
-
-QString clearRecentsAction()
-{
-    return MivoSiriusClearRecentsPath().toEncoded();
 }
 
 QString tuneStartSetting()

@@ -81,7 +81,6 @@ Script& Script::wait(int seconds)
 Step HostRun::step(const QString& name) const
 {
     Step step;
-    step.name = name;
     bool inside = false;
     for (const OutputLine& line : lines) {
         const QString marker = markerName(line.json);
@@ -98,16 +97,6 @@ Step HostRun::step(const QString& name) const
     EXPECT_TRUE(inside) << "the run never reached the step " << name.toStdString() << "\n"
                         << diagnostics();
     return step;
-}
-
-QList<QJsonObject> HostRun::items(const QString& key) const
-{
-    QList<QJsonObject> found;
-    for (const OutputLine& line : lines) {
-        if (line.json.contains(key))
-            found << line.json.value(key).toObject();
-    }
-    return found;
 }
 
 std::string HostRun::diagnostics() const

@@ -137,15 +137,8 @@ TEST_F(RequestQueueThroughHost, SignInOrderExpiredSessionsAndTuneStartInStep)
         EXPECT_EQ(requestsIn(again, "lineup").size(), 1);
         EXPECT_EQ(tuneStartValues(again), QList<QJsonValue>{true});
         EXPECT_EQ(requestsIn(again, "settings.update"), QStringList());
-
-        EXPECT_EQ(titlesOf(again.list(1)), titlesOf(expire.list(0)));
-        QStringList descriptionsBefore;
-        QStringList descriptionsAfter;
-        for (const QJsonValue& row : rowsOf(expire.list(0)))
-            descriptionsBefore << row.toObject().value("description").toString();
-        for (const QJsonValue& row : rowsOf(again.list(1)))
-            descriptionsAfter << row.toObject().value("description").toString();
-        EXPECT_EQ(descriptionsAfter, descriptionsBefore) << "genre counts after the new line-up";
+        // A second loaded() rebuilds the root and the lists; it adds nothing.
+        EXPECT_EQ(rowsOf(again.list(1)), rowsOf(expire.list(0)));
         EXPECT_EQ(rowsOf(again.list(2)).size(), rowsOf(expire.list(1)).size());
     }();
     EXPECT_EQ(run.exitCode, 0) << run.diagnostics();
