@@ -3,9 +3,7 @@
 #include "HostProcess.h"
 #include "TestPattern.h"
 
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <gtest/gtest.h>
@@ -89,8 +87,8 @@ TEST(HostRows, ListsPagesAndUnknownPaths)
     ASSERT_EQ(all.lists().size(), 1);
     const QJsonObject list = all.lists().first();
     EXPECT_EQ(list.value("title"), "Test items");
-    EXPECT_EQ(list.value("total"), 24);
-    EXPECT_EQ(titles(list).mid(0, 4), (QStringList{"Pattern", "AAC", "Endless", "Breaking"}));
+    EXPECT_EQ(list.value("total"), 23);
+    EXPECT_EQ(titles(list).mid(0, 4), (QStringList{"Pattern", "Endless", "Breaking", "Row 1"}));
     const QJsonObject firstRow = list.value("rows").toArray().first().toObject();
     EXPECT_EQ(firstRow.value("path"), "/test/items/pattern?bytes=200000");
     EXPECT_EQ(firstRow.value("type"), 3);
@@ -98,7 +96,7 @@ TEST(HostRows, ListsPagesAndUnknownPaths)
     const auto page = host.run("rows /test/items --offset 20 --count 10");
     ASSERT_EQ(page.lists().size(), 1) << streamAsText(page);
     EXPECT_EQ(page.lists().first().value("offset"), 20);
-    EXPECT_EQ(titles(page.lists().first()), (QStringList{"Row 17", "Row 18", "Row 19", "Row 20"}));
+    EXPECT_EQ(titles(page.lists().first()), (QStringList{"Row 18", "Row 19", "Row 20"}));
 
     const auto unknown = host.run("rows /no/such/list");
     EXPECT_EQ(unknown.exitCode, 1);
@@ -116,31 +114,6 @@ TEST(HostRows, ListsPagesAndUnknownPaths)
     EXPECT_TRUE(silent.error("message").toString().contains("rows of /test/silent"));
 }
 
-TEST(HostSettings, KeptAcrossRestartsAndCorruptFileMovedAside)
-{
-    HostProcess host;
-    const auto set = host.run("set /test/setting value \"kept\"");
-    ASSERT_EQ(set.exitCode, 0) << streamAsText(set);
-    const auto read = host.run("data /test/setting value");
-    ASSERT_EQ(read.items("data").size(), 1) << streamAsText(read);
-    EXPECT_EQ(first(read, "data", "value"), "kept");
-    // Defaults stay out of the file: only what was set is there.
-    const QByteArray saved = readFile(host.settingsFile());
-    EXPECT_TRUE(saved.contains("/settings/test/value"));
-    EXPECT_FALSE(saved.contains("/settings/device/make"));
-
-    const QByteArray garbage = "{ this is not json";
-    writeFile(host.settingsFile(), garbage);
-    const auto afterCorruption = host.run("data /test/setting value");
-    EXPECT_EQ(afterCorruption.exitCode, 0) << streamAsText(afterCorruption);
-    EXPECT_TRUE(afterCorruption.errors.contains("corrupt")) << afterCorruption.errors.toStdString();
-    EXPECT_EQ(first(afterCorruption, "data", "value"), QString());
-    const QStringList aside = QDir(QFileInfo(host.settingsFile()).absolutePath())
-                                  .entryList({QStringLiteral("settings.json.corrupt-*")});
-    ASSERT_EQ(aside.size(), 1);
-    EXPECT_EQ(readFile(host.file(aside.first())), garbage);
-}
-
 TEST(HostPlayback, PlayedBytesArriveExactlyInOut)
 {
     HostProcess host;
@@ -154,22 +127,6 @@ TEST(HostPlayback, PlayedBytesArriveExactlyInOut)
     EXPECT_EQ(first(plain, "played", "ms"), 12500);
     EXPECT_TRUE(streamerStates(plain).contains(2));
     EXPECT_EQ(streamerStates(plain).last(), 0);
-
-    const QString aac = host.file("aac.bin");
-    const auto adts = host.run("--speed 100 play /test/items#2 --out " + aac + " --seconds 60");
-    EXPECT_EQ(adts.exitCode, 0) << streamAsText(adts);
-    const int frames = 51200 / testpattern::AdtsFrameBytes;
-    EXPECT_EQ(readFile(aac), testpattern::adtsFrames(frames));
-    // Paced by the ADTS headers: 1024 samples a frame at 44.1 kHz.
-    EXPECT_EQ(first(adts, "played", "ms").toInt(),
-              frames * 1024 * 1000 / testpattern::AdtsSampleRate);
-
-    // A queue of 4096 bytes holds the sender back again and again; nothing may be lost.
-    const QString small = host.file("small.bin");
-    const auto backPressure =
-        host.run("--speed 100 play /test/more#1 --out " + small + " --seconds 60");
-    EXPECT_EQ(backPressure.exitCode, 0) << streamAsText(backPressure);
-    EXPECT_EQ(readFile(small), testpattern::bytes(0, 100000));
 }
 
 TEST(HostPlayback, PauseResumeAndStopInTheShell)
@@ -177,7 +134,7 @@ TEST(HostPlayback, PauseResumeAndStopInTheShell)
     HostProcess host;
     const QString out = host.file("endless.bin");
     const auto shell =
-        host.run("--speed 4 shell", "open /test/items\nplay 3 --out " + out.toUtf8() +
+        host.run("--speed 4 shell", "open /test/items\nplay 2 --out " + out.toUtf8() +
                                         "\nwait 1\npause\nwait 1\npause\n"
                                         "wait 1\nstop\nquit\n");
     EXPECT_EQ(shell.exitCode, 0) << streamAsText(shell);
@@ -200,7 +157,7 @@ TEST(HostPlayback, SenderThatVanishesMidStreamGivesTheStreamerError)
 {
     HostProcess host;
     const QString out = host.file("broken.bin");
-    const auto broken = host.run("play /test/items#4 --out " + out + " --seconds 30");
+    const auto broken = host.run("play /test/items#3 --out " + out + " --seconds 30");
     EXPECT_EQ(broken.exitCode, 1) << streamAsText(broken);
     QJsonObject error;
     for (const QJsonObject& data : broken.items("streamer"))
@@ -215,29 +172,6 @@ TEST(HostPlayback, SenderThatVanishesMidStreamGivesTheStreamerError)
     EXPECT_EQ(firstDifference(readFile(out), testpattern::bytes(0, 50000)), -1);
 }
 
-TEST(HostScripts, RunExecutesEveryLineInOneProcess)
-{
-    HostProcess host;
-    const QString script = host.file("script.txt");
-    writeFile(script, "# a comment\n"
-                      "rows browse\n"
-                      "\n"
-                      "rows /no/such/list   # fails, the script goes on\n"
-                      "search hello world\n"
-                      "set /test/setting value \"two words\"\n"
-                      "data /test/setting value\n"
-                      "idle 42\n");
-    const auto run = host.run("run " + script);
-    EXPECT_EQ(run.exitCode, 1) << streamAsText(run);
-    QStringList kinds;
-    for (const QJsonObject& line : run.lines)
-        kinds << (line.contains("rows") ? QStringLiteral("rows") : line.keys().first());
-    EXPECT_EQ(kinds, (QStringList{"rows", "error", "rows", "set", "data", "idle"}));
-    ASSERT_EQ(run.lists().size(), 2);
-    EXPECT_EQ(titles(run.lists().at(1)), (QStringList{"hello", "world"}));
-    EXPECT_EQ(first(run, "data", "value"), "two words");
-}
-
 TEST(HostScripts, WatchPrintsChangesAndStopsAtACloseNotice)
 {
     HostProcess host;
@@ -249,24 +183,9 @@ TEST(HostScripts, WatchPrintsChangesAndStopsAtACloseNotice)
     EXPECT_EQ(run.exitCode, 0) << streamAsText(run);
     const QList<QJsonObject> lists = run.lists();
     ASSERT_GE(lists.size(), 2) << streamAsText(run);
-    EXPECT_EQ(lists.first().value("total"), 24);
-    EXPECT_EQ(lists.last().value("total"), 25);
-    EXPECT_EQ(titles(lists.last()).last(), "Grown 24");
+    EXPECT_EQ(lists.first().value("total"), 23);
+    EXPECT_EQ(lists.last().value("total"), 24);
+    EXPECT_EQ(titles(lists.last()).last(), "Grown 23");
     ASSERT_EQ(run.items("closed").size(), 1) << streamAsText(run);
     EXPECT_EQ(first(run, "closed", "path"), "/test/items");
-}
-
-TEST(HostShell, OpensGoesBackAndReturnsToTheRootWhenAListCloses)
-{
-    HostProcess host;
-    const auto shell = host.run("shell", "open 1\nback\nopen 1\n"
-                                         "set /test/close?delayMs=100 activate null\n"
-                                         "wait 1\nquit\n");
-    EXPECT_EQ(shell.exitCode, 0) << streamAsText(shell);
-    QStringList shown;
-    for (const QJsonObject& list : shell.lists())
-        shown << list.value("path").toString();
-    EXPECT_EQ(shown, (QStringList{"/sirius/browse", "/test/items", "/sirius/browse", "/test/items",
-                                  "/sirius/browse"}));
-    EXPECT_EQ(shell.items("closed").size(), 1);
 }

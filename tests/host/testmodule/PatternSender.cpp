@@ -5,7 +5,6 @@
 #include <audioUtils/AudioTypes.h>
 #include <miscUtils/NoTimeValue.h>
 #include <miscUtils/UniqueFd.h>
-#include <mivosdk/MivoMedia.h>
 #include <smt2/WireFormat.h>
 
 #include <chrono>
@@ -29,7 +28,7 @@ PatternSender::~PatternSender()
     m_sender.disconnect();
 }
 
-void PatternSender::start(const QString& socketPath, const QByteArray& data, int chunk, bool aac,
+void PatternSender::start(const QString& socketPath, const QByteArray& data, int chunk,
                           Ending ending)
 {
     m_stopping = false;
@@ -47,8 +46,7 @@ void PatternSender::start(const QString& socketPath, const QByteArray& data, int
         return;
     }
     m_channel.setSocketAddress(socketPath.toStdString());
-    m_sender.setAudioSequenceInfo(
-        aac ? MimeTypes::Audio::aac().toStdString() : audioUtils::opaqueAudioType(), {});
+    m_sender.setAudioSequenceInfo(audioUtils::opaqueAudioType(), {});
     m_sender.connect().then([this](smt2::Future<smt2::ErrorID> result) {
         if (result.get() == smt2::ErrorID::NoError)
             sendNext();

@@ -30,8 +30,7 @@ public:
     ~PatternSender();
 
     /// Connects to `socketPath` and sends `data` in `chunk`-byte sends.
-    void start(const QString& socketPath, const QByteArray& data, int chunk, bool aac,
-               Ending ending);
+    void start(const QString& socketPath, const QByteArray& data, int chunk, Ending ending);
     /// Flushes (waiting for the acknowledgement) and disconnects, as a play logic stops.
     void stop();
     bool isConnected() const { return m_sender.state() == smt2::SenderState::Connected; }

@@ -1,13 +1,11 @@
-// The test module: a small worker that mivo-host loads in the tests, with a paged list, a search,
-// actions that change and close the list, and a play logic that streams known byte patterns.
+// The test module: a small worker that mivo-host loads in the tests, with a paged list, actions
+// that change and close the list, and a play logic that streams known byte patterns.
 
 #include "TestPlayLogic.h"
 
 #include <mivosdk/CMActivateNode.h>
 #include <mivosdk/CMListRowsNode.h>
 #include <mivosdk/CMNodesWorker.h>
-#include <mivosdk/CMQueryNode.h>
-#include <mivosdk/CMRoot.h>
 #include <mivosdk/MivoPaths.h>
 #include <mivosdk/MivoRowsRoles.h>
 #include <mivosdk/MivoWorkerEntry.h>
@@ -21,12 +19,12 @@ const CMPath PlayLogicPath("/test/playlogic");
 /// The list's filler rows after the playable ones, so that paging has something to page.
 constexpr int FillerRows = 20;
 
-MivoRoles playableRow(const QString& title, const CMPath& path, const QString& mimeType)
+MivoRoles playableRow(const QString& title, const CMPath& path)
 {
     MivoMetaData meta;
     meta.setPlayLogicPath(PlayLogicPath).setServiceId(QStringLiteral("test"));
     MivoResource resource;
-    resource.setMimeType(mimeType);
+    resource.setMimeType(QStringLiteral("application/octet-stream"));
     MivoMediaData media;
     media.setMetaData(meta).setResources(MivoList<MivoResource>{resource});
     MivoRoles row;
@@ -38,61 +36,12 @@ MivoRoles playableRow(const QString& title, const CMPath& path, const QString& m
     return row;
 }
 
-/// Answers a query with the path of a results list that names the text.
-class TestQueryNode : public CMQueryNode
-{
-public:
-    using CMQueryNode::CMQueryNode;
-    bool queryRequest(const CMSetDataRequest& request) override
-    {
-        CMPath results("/test/results");
-        results.addParam(QStringLiteral("q"), request.value().toString());
-        request.reply().setResult(results.toEncoded());
-        return true;
-    }
-};
-
-/// A host setting the host persists: set-data writes it under /settings, get-data reads it.
-class TestSettingNode : public CMNode
-{
-public:
-    using CMNode::CMNode;
-    static CMPath settingPath() { return CMPath("/settings/test/value"); }
-    bool setDataRequest(const CMSetDataRequest& request) override
-    {
-        CMRoot()->setValue(settingPath(), MivoValue().setString(request.value().toString()),
-                           request.reply());
-        return true;
-    }
-    bool getDataRequest(const CMGetDataRequest& request) override
-    {
-        request.reply().setResult(MivoValue(CMRoot()->getValue(settingPath()).toHash()).toString());
-        return true;
-    }
-};
-
 /// Takes every request and never answers it, as a hung module would.
 class SilentNode : public CMNode
 {
 public:
     using CMNode::CMNode;
     bool getRowsRequest(const CMGetRowsRequest&) override { return true; }
-};
-
-/// One row per query word.
-class TestResultsNode : public CMContainerNode
-{
-public:
-    using CMContainerNode::CMContainerNode;
-    bool getRowsRequest(const CMGetRowsRequest& request) override
-    {
-        QList<MivoRoles> rows;
-        const QStringList words = request.path().param(QStringLiteral("q")).split(QLatin1Char(' '));
-        for (const QString& word : words)
-            rows << MivoRoles().setTitle(word).setType(MivoRolesType::Item);
-        respondGetRowsRequest(request, rows, rows.size());
-        return true;
-    }
 };
 
 class TestWorker : public CMNodesWorker
@@ -104,22 +53,15 @@ public:
     {
         auto* browse = new CMListRowsNode(MivoSiriusBrowsePath(), nodes());
         browse->setTitle("Test browse");
-        browse->setSearchPath(CMPath("/test/search"));
         browse->setNodes(nodes());
 
         m_items = new CMListRowsNode(ItemsPath, nodes());
         m_items->setTitle("Test items");
         m_items->setNodes(nodes());
-        const QString octets = QStringLiteral("application/octet-stream");
         m_items->rowsAppend(QList<MivoRoles>{
-            playableRow(QStringLiteral("Pattern"), CMPath("/test/items/pattern?bytes=200000"),
-                        octets),
-            playableRow(QStringLiteral("AAC"), CMPath("/test/items/adts?bytes=51200&chunk=1000"),
-                        MimeTypes::Audio::aac()),
-            playableRow(QStringLiteral("Endless"), CMPath("/test/items/endless?bytes=100000"),
-                        octets),
-            playableRow(QStringLiteral("Breaking"), CMPath("/test/items/break?bytes=50000"),
-                        octets),
+            playableRow(QStringLiteral("Pattern"), CMPath("/test/items/pattern?bytes=200000")),
+            playableRow(QStringLiteral("Endless"), CMPath("/test/items/endless?bytes=100000")),
+            playableRow(QStringLiteral("Breaking"), CMPath("/test/items/break?bytes=50000")),
         });
         for (int i = 1; i <= FillerRows; ++i) {
             m_items->rowsAppend(MivoRoles()
@@ -132,29 +74,9 @@ public:
                                .setPath(ItemsPath)
                                .setType(MivoRolesType::Container));
 
-        auto* search = new CMListRowsNode(CMPath("/test/search"), nodes());
-        search->setTitle("Search");
-        search->setContainerType(MivoRolesContainerType::Search);
-        search->setNodes(nodes());
-        search->rowsAppend(MivoRoles()
-                               .setTitle(QStringLiteral("Search"))
-                               .setPath(CMPath("/test/search/query"))
-                               .setType(MivoRolesType::Query));
-        (new TestQueryNode(CMPath("/test/search/query"), nodes()))->setNodes(nodes());
-        auto* results = new TestResultsNode(CMPath("/test/results"), nodes());
-        results->setTitle("Results");
-        results->setNodes(nodes());
-
         (new TestPlayLogic(PlayLogicPath,
                            settings.value(MivoWorkerSettingStreamUrlPrefix()).toString(), nodes()))
             ->setNodes(nodes());
-        auto* more = new CMListRowsNode(CMPath("/test/more"), nodes());
-        more->setTitle("More items");
-        more->setNodes(nodes());
-        more->rowsAppend(
-            playableRow(QStringLiteral("Small queue"),
-                        CMPath("/test/items/pattern?bytes=100000&queue=4096&chunk=3000"), octets));
-        (new TestSettingNode(CMPath("/test/setting"), nodes()))->setNodes(nodes());
         (new SilentNode(CMPath("/test/silent"), nodes()))->setNodes(nodes());
 
         CMActivateNode::create(nodes(), CMPath("/test/grow"), this, &TestWorker::grow);

@@ -66,14 +66,11 @@ void TestPlayLogic::play(const CMSetDataRequest& request)
     }
     request.reply().setResult();
 
-    const bool aac = kind == QLatin1String("adts");
-    const QByteArray data = aac ? testpattern::adtsFrames(bytes / testpattern::AdtsFrameBytes)
-                                : testpattern::bytes(0, bytes);
     const PatternSender::Ending ending =
         kind == QLatin1String("endless") ? PatternSender::Ending::Endless
         : kind == QLatin1String("break") ? PatternSender::Ending::Break
                                          : PatternSender::Ending::Goodbye;
-    m_sender.start(m_socketPath, data, chunk, aac, ending);
+    m_sender.start(m_socketPath, testpattern::bytes(0, bytes), chunk, ending);
 }
 
 void TestPlayLogic::stop(const CMSetDataRequest& request)

@@ -9,9 +9,9 @@
 /// The test module's play logic: plays the pattern a row's path names, through the host's
 /// streamer, and mirrors the streamer's state into its play-logic data.
 ///
-/// Row paths: /test/items/<kind>?bytes=N&chunk=N&queue=N with kind "pattern" (the plain
-/// pattern, then goodbye), "adts" (ADTS frames, AAC), "endless" (the pattern until stopped) or
-/// "break" (the pattern, then the sender vanishes without goodbye).
+/// Row paths: /test/items/<kind>?bytes=N&chunk=N&queue=N with kind "pattern" (the pattern, then
+/// goodbye), "endless" (the pattern until stopped) or "break" (the pattern, then the sender
+/// vanishes without goodbye).
 class TestPlayLogic : public PlayLogicBase
 {
     Q_OBJECT
