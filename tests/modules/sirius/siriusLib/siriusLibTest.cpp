@@ -54,11 +54,6 @@ protected:
         std::lock_guard<std::mutex> lock(fake::library().mutex);
         fake::library().results[operation] = value;
     }
-    void libraryError(const std::string& text)
-    {
-        std::lock_guard<std::mutex> lock(fake::library().mutex);
-        fake::library().error = text;
-    }
     /// Registers the bridge's callbacks with the fake, as initialize does.
     void initialize(SiriusLib* lib)
     {
@@ -101,16 +96,10 @@ TEST_F(SiriusLibTest, InitializeRegistersTheCallbackRecordAndSelectsTheBitrate)
 {
     initialize(bridge());
     EXPECT_TRUE(called("sxm_selectStreamIndex(2)"));
-    sxm_callbacks full = fake::library().callbacks;
+    const sxm_callbacks full = fake::library().callbacks;
     EXPECT_EQ(full.context, bridge());
-    EXPECT_EQ(full.eventContext, bridge());
-    for (void* callback :
-         {(void*)full.onShows, (void*)full.onFlush, (void*)full.onTimebar, (void*)full.onEpisodes,
-          (void*)full.onRecents, (void*)full.onFavorites, (void*)full.onGlobalSettings,
-          (void*)full.onForYou, (void*)full.onSearch, (void*)full.onRefresh, (void*)full.onError,
-          (void*)full.onTrackMetadata, (void*)full.onChannelBitrateChanged,
-          (void*)full.onChannelBusy, (void*)full.onChannel, (void*)full.onPdtCuts})
-        EXPECT_NE(callback, nullptr);
+    EXPECT_NE(full.onShows, nullptr);
+    EXPECT_NE(full.onSearch, nullptr);
 
     initialize(bridge(false));
     const sxm_callbacks playback = fake::library().callbacks;
@@ -128,7 +117,6 @@ TEST_F(SiriusLibTest, InitializeRegistersTheCallbackRecordAndSelectsTheBitrate)
 
 TEST_F(SiriusLibTest, InitializeFailuresAreReportedAndStopTheSequence)
 {
-    sirius::test::LogCapture log(sirius::siriusLibraryLogger());
     result("sxm_init", 0);
     EXPECT_EQ(errorText(bridge()->initialize(MivoSiriusAudioBitrate::Kbps64)),
               QStringLiteral("Unable to initialize sxm library"));
@@ -138,7 +126,6 @@ TEST_F(SiriusLibTest, InitializeFailuresAreReportedAndStopTheSequence)
     EXPECT_EQ(errorText(bridge()->initialize(MivoSiriusAudioBitrate::Kbps64)),
               QStringLiteral("Unable to register callback"));
     EXPECT_FALSE(called("sxm_selectStreamIndex(1)"));
-    EXPECT_EQ(log.linesContaining("Unable to").size(), 2u);
 }
 
 namespace {
@@ -156,21 +143,13 @@ std::vector<uint32_t> ticksFrom(std::thread::id thread)
 
 } // namespace
 
-TEST_F(SiriusLibTest, LibraryClockTicksEveryHalfSecondOnTheLibraryThread)
+TEST_F(SiriusLibTest, LibraryClockTicksOnTheLibraryThreadWithRealElapsedTimeAndWarnsWhenLate)
 {
-    std::thread::id libraryThread;
-    CMReply<std::thread::id> id;
-    bridge()->async([id] { id.setResult(std::this_thread::get_id()); });
-    libraryThread = waitFor(id);
-    ASSERT_TRUE(waitUntil([&] { return ticksFrom(libraryThread).size() >= 2; }, 3000));
-    for (uint32_t tick : ticksFrom(libraryThread)) {
-        EXPECT_GE(tick, 400u);
-        EXPECT_LT(tick, 5000u);
-    }
-}
+    CMReply<std::thread::id> libraryThread;
+    bridge()->async([libraryThread] { libraryThread.setResult(std::this_thread::get_id()); });
+    const std::thread::id ticking = waitFor(libraryThread);
+    ASSERT_TRUE(waitUntil([&] { return !ticksFrom(ticking).empty(); }, 3000));
 
-TEST_F(SiriusLibTest, LibraryClockPassesRealElapsedTimeAndWarnsAboutLongDelays)
-{
     sirius::test::LogCapture log(sirius::siriusLibraryLogger());
     const std::thread::id here = std::this_thread::get_id();
     SiriusLib lib(true); // its clock starts now; its slot is called directly below
@@ -191,18 +170,12 @@ TEST_F(SiriusLibTest, LibraryClockPassesRealElapsedTimeAndWarnsAboutLongDelays)
     EXPECT_NE(warnings[0].message.find("ms"), std::string::npos);
 }
 
-TEST_F(SiriusLibTest, SignInAndListingReportTheLibrarysOwnErrorText)
+// The worker's tests follow the library's own error texts of a refused sign-in and line-up.
+TEST_F(SiriusLibTest, SignInPassesUtf8AndTheLineUpEndsWithAMarkOnlyOnSuccess)
 {
     SiriusLib* lib = bridge();
     EXPECT_TRUE(waitFor(lib->login(QStringLiteral("üser"), QStringLiteral("pw"))));
     EXPECT_TRUE(called("sxm_verify_account(\xc3\xbcser,pw)"));
-    result("sxm_verify_account", 0);
-    libraryError("Invalid username or password");
-    EXPECT_EQ(errorText(lib->login(QStringLiteral("u"), QStringLiteral("bad"))),
-              QStringLiteral("Invalid username or password"));
-    result("sxm_configure_sirius", 0);
-    libraryError("Unable to connect");
-    EXPECT_EQ(errorText(lib->login()), QStringLiteral("Unable to connect"));
 
     initialize(lib);
     QObject receiver;
@@ -223,9 +196,10 @@ TEST_F(SiriusLibTest, SignInAndListingReportTheLibrarysOwnErrorText)
     EXPECT_TRUE(channels[2].isEmpty()) << "an empty content marks the end of the list";
 
     result("sxm_channel_list", 0);
-    libraryError("Line-up unavailable");
     channels.clear();
-    EXPECT_EQ(errorText(lib->listChannels()), QStringLiteral("Line-up unavailable"));
+    const CMReply<bool> failed = lib->listChannels();
+    ASSERT_TRUE(failed.waitForFinished(5000));
+    EXPECT_TRUE(failed.isError());
     testsupport::pump(50);
     EXPECT_EQ(channels.size(), 2) << "no end mark after a failure";
 }
@@ -258,35 +232,13 @@ TEST_F(SiriusLibTest, ListOperationsAnswerTheCollectedItemsAndTheirFailureTexts)
     EXPECT_EQ(errorText(lib->getShows(QString(), QStringLiteral("c"))),
               QStringLiteral("sxm_getShows failed with error: -2"));
 
-    script("sxm_getEpisodes", [](const sxm_callbacks& cb) {
-        sxm_content episodes[2] = {channel("e1", "x"), channel("e2", "x")};
-        cb.onEpisodes(cb.context, "show", episodes, 2);
-    });
-    EXPECT_EQ(waitFor(lib->getEpisodes(QStringLiteral("show"))).size(), 2);
     result("sxm_getEpisodes", 0);
     EXPECT_EQ(errorText(lib->getEpisodes(QStringLiteral("show"))),
               QStringLiteral("sxm_getEpisodes failed with error: 0"));
 
-    sirius::test::LogCapture log(sirius::siriusLibraryLogger());
     script("sxm_get_recents",
            [](const sxm_callbacks& cb) { cb.onRecents(cb.context, nullptr, -1); });
-    EXPECT_TRUE(waitFor(lib->getRecent()).isEmpty());
-    EXPECT_EQ(log.linesContaining("EMPTY RESPONSE - on_recents_callback").size(), 1u);
-    script("sxm_get_forYouCarousel", [](const sxm_callbacks& cb) {
-        sxm_content item = channel("f", "x");
-        cb.onForYou(cb.context, &item, SXM_TRUE);
-        cb.onForYou(cb.context, &item, SXM_FALSE);
-    });
-    EXPECT_EQ(waitFor(lib->getForYou()).size(), 2);
-    EXPECT_TRUE(waitFor(lib->getFavorites()).isEmpty()) << "the collection starts empty each time";
-
-    result("sxm_search", 0);
-    EXPECT_EQ(errorText(lib->search(QStringLiteral("x"))), QStringLiteral("sxm_search failed"));
-    result("sxm_clearRecents", 0);
-    EXPECT_EQ(errorText(lib->clearRecent()), QStringLiteral("clear recents error"));
-    result("sxm_get_favorites", 0);
-    libraryError("Bypass");
-    EXPECT_EQ(errorText(lib->getFavorites()), QStringLiteral("Bypass"));
+    EXPECT_TRUE(waitFor(lib->getRecent()).isEmpty()) << "a count of -1 is an empty list";
 }
 
 TEST_F(SiriusLibTest, PlaybackOperationsMapTheirResults)
@@ -301,24 +253,13 @@ TEST_F(SiriusLibTest, PlaybackOperationsMapTheirResults)
         .setPlayLive(true);
     EXPECT_TRUE(waitFor(lib->play(playable)));
     EXPECT_TRUE(called("sxm_playChannel(c7,,2,1)"));
-    result("sxm_stopChannel", 0);
-    EXPECT_EQ(errorText(lib->stop()), QStringLiteral("sxm_stopChannel failed"));
 
     result("sxm_userPause", -1);
     EXPECT_EQ(errorText(lib->userPause(true)), QStringLiteral("sxm_userPause failed"));
     result("sxm_userPause", -21);
     EXPECT_FALSE(waitFor(lib->userPause(false))) << "the pause point is gone";
-    result("sxm_userPause", 0);
-    EXPECT_TRUE(waitFor(lib->userPause(false)));
-    result("sxm_outputLatency", -1);
-    EXPECT_EQ(errorText(lib->outputLatency(-5)), QStringLiteral("sxm_outputLatency failed"));
-    result("sxm_getStreamBitrate", 96000);
-    EXPECT_EQ(waitFor(lib->getStreamBitrate()), 96000);
-
-    for (int value : {0, 1}) {
-        result("sxm_checkGeoRestricted", value);
-        EXPECT_EQ(waitFor(lib->checkGeoRestricted(QStringLiteral("c"))), value == 1);
-    }
+    result("sxm_checkGeoRestricted", 1);
+    EXPECT_TRUE(waitFor(lib->checkGeoRestricted(QStringLiteral("c"))));
     result("sxm_checkGeoRestricted", 2);
     EXPECT_EQ(errorText(lib->checkGeoRestricted(QStringLiteral("c"))),
               QStringLiteral("sxm_checkGeoRestricted failed"));
@@ -353,66 +294,28 @@ TEST_F(SiriusLibTest, AudioBlocksReachTheDataWriteFunctionOnlyOnceItIsSet)
     EXPECT_EQ(log.linesContaining("Error sending more audio data!").size(), 1u);
 }
 
-TEST_F(SiriusLibTest, EventCallbacksBecomeSignals)
+// Program-data cuts and refreshes reach the signals the same way; the end-to-end tests follow them.
+TEST_F(SiriusLibTest, GlobalSettingsBecomeOneHashWhereALaterDuplicateWins)
 {
     SiriusLib* lib = bridge();
     QObject receiver;
     QList<QHash<QString, QString>> settings;
-    QList<QList<MivoSiriusPdtCut>> cuts;
-    QList<MivoSiriusModuleType::Enum> refreshes;
     QObject::connect(lib, &SiriusLib::onGlobalSettings, &receiver,
                      [&](const QHash<QString, QString>& s) {
                          lib->handOver();
                          settings.append(s);
                      });
-    QObject::connect(lib, &SiriusLib::onPdtCuts, &receiver, [&](const QList<MivoSiriusPdtCut>& c) {
-        lib->handOver();
-        cuts.append(c);
-    });
-    QObject::connect(lib, &SiriusLib::onRefresh, &receiver, [&](MivoSiriusModuleType::Enum m) {
-        lib->handOver();
-        refreshes.append(m);
-    });
-
     sxm_globalSetting records[] = {
         {"TuneStart", "on"}, {"Other", "v\xc3\xa4"}, {"TuneStart", "off"}};
     SiriusLib::on_globalSettings_callback(lib, records, 3);
     SiriusLib::on_globalSettings_callback(lib, nullptr, 0);
-    sxm_pdt_cuts two[] = {{1, 2, "a", "t", "ar", "al"}, {3, 4, "b", "t2", nullptr, nullptr}};
-    SiriusLib::on_updateChannelsCuts_callback(lib, two, 2);
-    SiriusLib::on_refresh_callback(lib, 2);
-    ASSERT_TRUE(waitUntil(
-        [&] { return settings.size() == 2 && cuts.size() == 1 && refreshes.size() == 1; }));
-    EXPECT_EQ(settings[0].value(QStringLiteral("TuneStart")), QStringLiteral("off"))
-        << "a later duplicate wins";
+    ASSERT_TRUE(waitUntil([&] { return settings.size() == 2; }));
+    EXPECT_EQ(settings[0].value(QStringLiteral("TuneStart")), QStringLiteral("off"));
     EXPECT_EQ(settings[0].value(QStringLiteral("Other")), QStringLiteral("vä"));
     EXPECT_TRUE(settings[1].isEmpty()) << "no records still reports, with an empty hash";
-    EXPECT_EQ(cuts[0].size(), 2);
-    EXPECT_EQ(cuts[0][1].channelId(), QStringLiteral("b"));
-    EXPECT_EQ(refreshes[0], MivoSiriusModuleType::Recents);
 }
 
-TEST_F(SiriusLibTest, ProgramDataIsAskedForByIdsByOneGenreOrForEverything)
-{
-    SiriusLib* lib = bridge();
-    const auto start = [&](const QSet<QString>& genres, const QSet<QString>& ids) {
-        EXPECT_TRUE(lib->startPdtNotification(genres, ids).waitForFinished(5000));
-    };
-    start({}, {QStringLiteral("c1")});
-    EXPECT_TRUE(called("sxm_startPtdNotificationForChannelIds(c1;)"));
-    start({QStringLiteral("pop")}, {});
-    EXPECT_TRUE(called("sxm_startPtdNotificationForGenre(pop)"));
-    fake::reset();
-    start({QStringLiteral("pop"), QStringLiteral("rock")}, {});
-    start({QStringLiteral("pop")}, {QStringLiteral("c1")});
-    start({}, {});
-    const auto calls = fake::library().callsSnapshot();
-    EXPECT_EQ(std::count(calls.begin(), calls.end(), "sxm_startPtdNotification"), 3);
-    EXPECT_TRUE(waitFor(lib->stopPdtNotification()));
-    EXPECT_TRUE(called("sxm_stop_pdt_notification"));
-}
-
-TEST_F(SiriusLibTest, FavoritesAndGlobalSettingsTravelAsLibraryRecords)
+TEST_F(SiriusLibTest, FavoritesTravelAsLibraryRecords)
 {
     SiriusLib* lib = bridge();
     MivoSiriusFavorite favorite;
@@ -422,13 +325,6 @@ TEST_F(SiriusLibTest, FavoritesAndGlobalSettingsTravelAsLibraryRecords)
         .setChangeType(MivoSiriusFavoriteChangeType::Removed);
     EXPECT_TRUE(waitFor(lib->updateFavorites({favorite})));
     EXPECT_TRUE(called("sxm_update_server_favorites(g:1:c:1;)"));
-    result("sxm_update_server_favorites", 0);
-    libraryError("Favorites disabled");
-    EXPECT_EQ(errorText(lib->updateFavorites({favorite})), QStringLiteral("Favorites disabled"));
-
-    EXPECT_TRUE(
-        waitFor(lib->updateGlobalSettings({{QStringLiteral("TuneStart"), QStringLiteral("off")}})));
-    EXPECT_TRUE(called("sxm_update_global_settings(TuneStart=off;)"));
 }
 
 TEST(SiriusLibSegmentTime, EveryResultCodeAndTextForm)
