@@ -68,33 +68,6 @@ protected:
 
 } // namespace
 
-TEST_F(SiriusWorkerTest, AnyVersionButThreeZeroZeroLeavesTheModuleUninitialized)
-{
-    for (const auto& version : {std::array<int, 3>{3, 0, 1}, std::array<int, 3>{2, 9, 9}}) {
-        fake::reset();
-        {
-            std::lock_guard<std::mutex> lock(fake::library().mutex);
-            std::copy(version.begin(), version.end(), fake::library().version);
-        }
-        sirius::test::LogCapture log(sirius::cbSiriusLogger());
-        SiriusWorker worker({});
-        EXPECT_FALSE(worker.isInitialized());
-        EXPECT_EQ(calls("sxm_init"), 0) << "no initialisation after a failed version check";
-        EXPECT_TRUE(worker.nodes()->paths().isEmpty()) << "nothing else is created";
-        const auto fatal = log.linesContaining("Invalid sirius lib version: ");
-        ASSERT_EQ(fatal.size(), 1u);
-        EXPECT_NE(fatal[0].message.find(" required: 3.0.0"), std::string::npos);
-        EXPECT_EQ(fatal[0].level, log4cplus::FATAL_LOG_LEVEL);
-
-        CMGetRowsRequest rows(MivoSiriusBrowsePath());
-        worker.request(rows);
-        EXPECT_EQ(errorOf(rows), QStringLiteral("Sirius module is not initialized"));
-        CMSetDataRequest account(MivoSiriusAccountPath(), MivoRoles::Value(), QVariant());
-        worker.request(account);
-        EXPECT_EQ(errorOf(account), QStringLiteral("Sirius module is not initialized"));
-    }
-}
-
 TEST_F(SiriusWorkerTest, ARefusedSignInFailsOnlyThatRequestAndTheNextOneTriesAgain)
 {
     result("sxm_configure_sirius", 0);
