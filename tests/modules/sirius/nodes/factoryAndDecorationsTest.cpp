@@ -52,23 +52,6 @@ TEST_F(NodesTest, ChannelPathsKeyTheNodeBySegmentsAndCarryTitleAndIconAsParamete
     EXPECT_TRUE(xtra->description().toString().isEmpty()) << "count 0 announces nothing";
 }
 
-TEST_F(NodesTest, FixedPathFormats)
-{
-    EXPECT_EQ(factory.makeOnDemandNode("All", "", "", "").segments().mid(2),
-              (QStringList{"onDemand", "genre:all", "channelId:all"}));
-    const CMPath episodes = factory.makeOnDemandEpisodeNode("show-1", "show.png");
-    EXPECT_EQ(episodes.segments().mid(2), QStringList{"onDemandEpisode"});
-    EXPECT_EQ(episodes.paramList().size(), 2);
-    EXPECT_EQ(episodes.param("id"), QStringLiteral("show-1"));
-    const CMPath context = factory.makeContextNode("T", "ch", "guid", "LiveChannel");
-    QStringList keys;
-    for (const auto& param : context.paramList())
-        keys << param.first;
-    EXPECT_EQ(keys, (QStringList{MivoSiriusContent::AssetGuid(), MivoSiriusContent::AssetType(),
-                                 MivoSiriusContent::ChannelId(), MivoSiriusContent::Title()}));
-    EXPECT_TRUE(factory.makeRecentContextNode().hasParam("clearRecent"));
-}
-
 TEST_F(NodesTest, ClearLetsEveryNodeGoAndTheNextRecentNodeIsMadeAfresh)
 {
     const CMPath recent = factory.makeRecentNode("Recent", "recent.png");
