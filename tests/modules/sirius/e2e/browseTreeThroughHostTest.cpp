@@ -119,11 +119,9 @@ TEST_F(BrowseThroughHost, TheFullFeaturedTreeFromTheRootDownToEpisodesMenusAndSe
     script.step("root").rows("browse");
     script.step("all").rows(paths::allChannels());
     script.step("byName").rows(paths::allChannelsByName());
-    script.step("genre").rows(paths::genre(firstGenreName, firstGenreKey));
     script.step("genreMenu")
         .rows(paths::context(firstGenreKey, QString(), QString(), QStringLiteral("Category")));
     script.step("xtra").rows(MivoSiriusBrowsePath().subpath("xtra").toEncoded());
-    script.step("xtraGenre").rows(paths::xtraGenre(firstGenreName, firstGenreKey));
     script.step("onDemands").rows(MivoSiriusBrowsePath().subpath("onDemands").toEncoded());
     script.step("shows").rows(paths::onDemand(firstGenreName, firstGenreKey, QString()));
     script.step("episodes")
@@ -193,24 +191,6 @@ TEST_F(BrowseThroughHost, TheFullFeaturedTreeFromTheRootDownToEpisodesMenusAndSe
         EXPECT_TRUE(std::is_sorted(byName.begin(), byName.end()));
     }();
 
-    // A genre: the channels listed in it, live and Xtra; its category menu leads to its shows.
-    [&] {
-        std::set<QString> expectedIds;
-        for (const sxm::service::Content* record : lineUpRecords()) {
-            if (record->genreKey == firstGenre.key)
-                expectedIds.insert(qs(record->channelId));
-        }
-        std::set<QString> ids;
-        for (const QJsonValue& value : rowsOf(run.step("genre").list()))
-            ids.insert(text(value.toObject(), "id"));
-        EXPECT_EQ(ids, expectedIds);
-
-        const QJsonObject menu = run.step("genreMenu").list();
-        ASSERT_EQ(titlesOf(menu), QStringList{"OnDemand"});
-        EXPECT_TRUE(sameNode(text(rowsOf(menu).at(0).toObject(), "path"),
-                             paths::onDemand(QString(), firstGenreKey, QString())));
-    }();
-
     // Xtra Channels: one list per genre that has Xtra channels, counting only those.
     [&] {
         const QJsonObject xtra = run.step("xtra").list();
@@ -223,8 +203,6 @@ TEST_F(BrowseThroughHost, TheFullFeaturedTreeFromTheRootDownToEpisodesMenusAndSe
                       QStringLiteral("%1 channels").arg(count.xtraRecords));
         }
         EXPECT_EQ(titlesOf(xtra), expected);
-        for (const QJsonValue& value : rowsOf(run.step("xtraGenre").list()))
-            EXPECT_TRUE(text(value.toObject(), "description").startsWith("Xtra Channel \u2022 "));
     }();
 
     // On demand: the genres in the root's order; a genre's shows grouped under their channels.
@@ -291,6 +269,11 @@ TEST_F(BrowseThroughHost, TheFullFeaturedTreeFromTheRootDownToEpisodesMenusAndSe
         EXPECT_EQ(titlesOf(menus.list(3)), QStringList{"Remove from favorites"});
         EXPECT_EQ(titlesOf(menus.list(4)), QStringList{"Clear recently played content"});
         EXPECT_EQ(pathOf(rowsOf(menus.list(4)).at(0).toObject()), MivoSiriusClearRecentsPath());
+        // A genre's category menu leads to its shows.
+        const QJsonObject genreMenu = run.step("genreMenu").list();
+        ASSERT_EQ(titlesOf(genreMenu), QStringList{"OnDemand"});
+        EXPECT_TRUE(sameNode(text(rowsOf(genreMenu).at(0).toObject(), "path"),
+                             paths::onDemand(QString(), firstGenreKey, QString())));
     }();
 
     // Search: each search its own numbered result list, in sections; a category found opens as

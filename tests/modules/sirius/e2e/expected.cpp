@@ -44,16 +44,6 @@ QString cutText(const sxm::service::Track& track)
     return QStringLiteral("%1 - %2").arg(qs(track.artist), qs(track.title));
 }
 
-QStringList cutTextsBetween(const sxm::service::Channel& channel, qint64 fromMs, qint64 toMs)
-{
-    QStringList texts;
-    const std::int64_t first = catalog().liveTrackIndexAt(channel, fromMs);
-    const std::int64_t last = catalog().liveTrackIndexAt(channel, toMs);
-    for (std::int64_t index = first; index <= last; ++index)
-        texts << cutText(catalog().liveTrack(channel, index));
-    return texts;
-}
-
 namespace paths {
 namespace {
 
@@ -104,11 +94,6 @@ QString allChannelsByName()
 QString genre(const QString& title, const QString& key)
 {
     return channelList(title, MivoSiriusContent::SortOrder(), key, false, true);
-}
-
-QString xtraGenre(const QString& title, const QString& key)
-{
-    return channelList(title, MivoSiriusContent::SortOrder(), key, true, false);
 }
 
 QString onDemand(const QString& title, const QString& genre, const QString& channelId)

@@ -22,8 +22,6 @@ const sxm::service::Channel* channelById(const QString& id);
 
 /// How a row shows a program-data cut: "artist - title", or the title alone without an artist.
 QString cutText(const sxm::service::Track& track);
-/// The cut texts of the tracks a live channel has on air at any instant in [fromMs, toMs].
-QStringList cutTextsBetween(const sxm::service::Channel& channel, qint64 fromMs, qint64 toMs);
 
 namespace paths {
 
@@ -31,9 +29,6 @@ QString allChannels();
 QString allChannelsByName();
 /// The channel list of a genre under "Channels" (by sort order, with now-playing text).
 QString genre(const QString& title, const QString& key);
-/// The Xtra channels of a genre under "Xtra Channels".
-QString xtraGenre(const QString& title, const QString& key);
-/// The shows of a genre (empty channel id) or of a channel (empty genre).
 QString onDemand(const QString& title, const QString& genre, const QString& channelId);
 /// The episodes of a show, through the shared episode node.
 QString episodes(const QString& showId);
