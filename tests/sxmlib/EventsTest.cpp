@@ -1,5 +1,5 @@
-// What the service tells the library on its own: bypass flags on every answer, lists changed on
-// another device, and a playback it ended (code 37).
+// What the service tells the library on its own: bypass flags on every answer, and a playback it
+// ended (code 37).
 
 #include "LibraryFixture.h"
 
@@ -19,11 +19,7 @@ protected:
         recorder_.reset();
     }
 
-    std::vector<ErrorNote> errors()
-    {
-        std::lock_guard<std::mutex> lock(recorder_.mutex);
-        return recorder_.errors;
-    }
+    std::vector<ErrorNote> errors() { return recorded().errors; }
 };
 
 } // namespace
@@ -47,25 +43,6 @@ TEST_F(Events, ABypassChangeIsReportedOnceWithCodeZero)
     EXPECT_EQ(sxm_get_bypassStatus(), 1);
     ASSERT_EQ(errors().size(), 2u);
     EXPECT_TRUE(errors()[1].isGupUnavailable);
-
-    server_->faults().merge({{"bypass", {{"isGupUnavailable", false}}}});
-    EXPECT_EQ(sxm_get_recents(), 1);
-    ASSERT_EQ(errors().size(), 3u);
-    EXPECT_FALSE(errors()[2].isGupUnavailable);
-}
-
-TEST_F(Events, ListsChangedElsewhereRefreshOnTheClock)
-{
-    server_->changeFavoritesElsewhere("demo");
-    server_->changeRecentsElsewhere("demo");
-    sxm_externalTimerTick(4999);
-    {
-        std::lock_guard<std::mutex> lock(recorder_.mutex);
-        EXPECT_TRUE(recorder_.refreshes.empty()) << "events are polled every five seconds";
-    }
-    sxm_externalTimerTick(1);
-    std::lock_guard<std::mutex> lock(recorder_.mutex);
-    EXPECT_EQ(recorder_.refreshes, (std::vector<int>{SXM_MODULE_FAVORITES, SXM_MODULE_RECENTS}));
 }
 
 TEST_F(Events, APlaybackTheServiceEndsIsReportedOnceAsCodeThirtySeven)

@@ -18,11 +18,9 @@ Content copyContent(const sxm_content& r)
     c.assetType = r.assetType;
     c.assetGuid = text(r.assetGuid);
     c.title = text(r.title);
-    c.genre = text(r.genre);
     c.genreKey = text(r.genreKey);
     c.channelId = text(r.channelId);
     c.showGuid = text(r.showGuid);
-    c.episodeGuid = text(r.episodeGuid);
     c.category = text(r.category);
     c.logoCount = r.logoCount;
     for (int i = 0; i < r.logoCount; ++i)
@@ -51,15 +49,13 @@ sxm_callbacks CallbackRecorder::callbacks()
     c.onError = [](void* context, sxm_errorNotification* n) {
         return record(context, [n](Recorded& r) {
             r.errors.push_back({n->libraryErrorCode, n->responseCode, n->errorStop != 0,
-                                n->isGupUnavailable != 0, n->isGupIdUnavailable != 0,
-                                n->isSearchUnavailable != 0, n->loggedDuringBypass != 0,
+                                n->isGupUnavailable != 0, n->isSearchUnavailable != 0,
                                 text(n->errorString)});
         });
     };
     c.onTrackMetadata = [](void* context, sxm_trackMetadata* m) {
         return record(context, [m](Recorded& r) {
-            r.tracks.push_back(
-                {text(m->artist), text(m->track), text(m->trackId), text(m->albumArtUrl)});
+            r.tracks.push_back({text(m->artist), text(m->track), text(m->trackId)});
         });
     };
     c.onChannelBitrateChanged = [](void* context, int bitrate) {
@@ -99,13 +95,15 @@ sxm_callbacks CallbackRecorder::callbacks()
                                   t->irNavClass, t->segmentCount});
         });
     };
-    c.onEpisodes = [](void* context, const char* showId, sxm_content* episodes, int count) {
-        return record(context, [=](Recorded& r) {
-            ++r.episodeCalls;
-            r.episodesShowId = text(showId);
-            for (int i = 0; i < count; ++i)
-                r.episodes.push_back(copyContent(episodes[i]));
-        });
+    // Lists that the end-to-end tests through the host check are registered, not recorded.
+    c.onEpisodes = [](void*, const char*, sxm_content*, int) {
+        return 0;
+    };
+    c.onForYou = [](void*, sxm_content*, sxm_bool) {
+        return 0;
+    };
+    c.onRefresh = [](void*, int) {
+        return 0;
     };
     c.onRecents = [](void* context, sxm_content* item, int index) {
         return record(context, [=](Recorded& r) { r.recents.push_back(listItem(item, index)); });
@@ -121,15 +119,9 @@ sxm_callbacks CallbackRecorder::callbacks()
             r.globalSettings.push_back(all);
         });
     };
-    c.onForYou = [](void* context, sxm_content* item, sxm_bool more) {
-        return record(context, [=](Recorded& r) { r.forYou.push_back(listItem(item, more)); });
-    };
     c.onSearch = [](void* context, sxm_content* item, int index) {
         return record(context,
                       [=](Recorded& r) { r.searchResults.push_back(listItem(item, index)); });
-    };
-    c.onRefresh = [](void* context, int module) {
-        return record(context, [module](Recorded& r) { r.refreshes.push_back(module); });
     };
     return c;
 }

@@ -23,7 +23,7 @@ namespace sxmlib::test {
 struct Content
 {
     int assetType = -1;
-    std::string assetGuid, title, genre, genreKey, channelId, showGuid, episodeGuid, category;
+    std::string assetGuid, title, genreKey, channelId, showGuid, category;
     int logoCount = 0;
     std::vector<std::string> logoUrls; ///< "" for a null url
     int siriusChannelNumber = 0;
@@ -38,9 +38,7 @@ struct ErrorNote
     int responseCode = 0;
     bool errorStop = false;
     bool isGupUnavailable = false;
-    bool isGupIdUnavailable = false;
     bool isSearchUnavailable = false;
-    bool loggedDuringBypass = false;
     std::string message;
 };
 
@@ -53,7 +51,7 @@ struct Cut
 
 struct Track
 {
-    std::string artist, track, trackId, albumArtUrl;
+    std::string artist, track, trackId;
 };
 
 struct Timebar
@@ -67,7 +65,7 @@ struct Timebar
 struct ListItem
 {
     std::optional<Content> item; ///< empty for the "no items" call
-    int index = 0;               ///< index, or the For You "more" flag
+    int index = 0;
 };
 
 /// How the recorder's playback-data callback takes audio.
@@ -83,15 +81,11 @@ enum class Intake
 struct Recorded
 {
     std::vector<Content> channels;
-    std::vector<ListItem> shows, forYou, favorites, recents, searchResults;
+    std::vector<ListItem> shows, favorites, recents, searchResults;
     std::vector<int> showStatuses;
-    std::vector<Content> episodes;
-    std::string episodesShowId;
-    int episodeCalls = 0;
     std::vector<std::map<std::string, std::string>> globalSettings;
     std::vector<std::vector<Cut>> cutLists;
     std::vector<ErrorNote> errors;
-    std::vector<int> refreshes;
     std::vector<Track> tracks;
     std::vector<Timebar> timebars;
     std::vector<int> busy;

@@ -12,16 +12,10 @@ namespace sxmlib::test {
 
 CallbackRecorder LibraryFixture::recorder_;
 
-::testing::AssertionResult sameBytes(const std::string& actual, const std::string& expected)
+Recorded LibraryFixture::recorded()
 {
-    if (actual == expected)
-        return ::testing::AssertionSuccess();
-    std::size_t at = 0;
-    while (at < actual.size() && at < expected.size() && actual[at] == expected[at])
-        ++at;
-    return ::testing::AssertionFailure()
-           << actual.size() << " bytes where " << expected.size()
-           << " were expected; the first difference is at byte " << at;
+    std::lock_guard<std::mutex> lock(recorder_.mutex);
+    return recorder_;
 }
 
 void LibraryFixture::SetUp()
@@ -93,13 +87,6 @@ std::string LibraryFixture::plaintext(const std::string& kind, const std::string
     EXPECT_TRUE(reply && reply->status == 200)
         << "plaintext of " << kind << "/" << id << " #" << segment;
     return reply ? reply->body : std::string();
-}
-
-void LibraryFixture::admin(const std::string& path, const std::string& body)
-{
-    httplib::Client client(server_->url());
-    const auto reply = client.Post("/admin/" + path, body, "application/json");
-    ASSERT_TRUE(reply && reply->status == 200) << path;
 }
 
 int LibraryFixture::play(int mode, const std::string& channelId, const std::string& assetGuid,

@@ -33,9 +33,6 @@ inline std::string latin1(const std::string& utf8)
     return QString::fromStdString(utf8).toLatin1().toStdString();
 }
 
-/// Byte-for-byte equality of audio, with the sizes and the first difference instead of a dump.
-::testing::AssertionResult sameBytes(const std::string& actual, const std::string& expected);
-
 class LibraryFixture : public ::testing::Test
 {
 protected:
@@ -57,8 +54,6 @@ protected:
     /// A segment's plaintext as the service has it (its debug endpoint), for byte comparisons.
     std::string plaintext(const std::string& kind, const std::string& id, int bitrate,
                           std::int64_t segment);
-    /// POST /admin/... on the service.
-    void admin(const std::string& path, const std::string& body = "{}");
 
     /// Plays with the recorder's callbacks; the texts may be empty.
     int play(int mode, const std::string& channelId, const std::string& assetGuid,
@@ -67,6 +62,9 @@ protected:
     /// Answers sxm_sendAudioData whenever the recorder took part of a block, as an integrator
     /// whose socket drained would. Runs until TearDown.
     void startIntegratorThread();
+
+    /// A copy of everything the callbacks delivered so far, taken under the recorder's lock.
+    static Recorded recorded();
 
     const sxm::service::Catalog& catalog() const { return server_->catalog(); }
 
