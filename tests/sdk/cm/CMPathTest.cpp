@@ -7,19 +7,9 @@
 TEST(CMPath, EncodedFormRoundTripsAnyText)
 {
     const QStringList awkward = {
-        QStringLiteral("plain"),
-        QStringLiteral("with space"),
-        QStringLiteral("a/b"),
-        QStringLiteral("what?"),
-        QStringLiteral("x&y"),
-        QStringLiteral("k=v"),
-        QStringLiteral("filter:pop"),
-        QStringLiteral("Ch 2 • News"),
-        QStringLiteral("Grüße 東京"),
-        QStringLiteral("100%"),
-        QStringLiteral("a+b"),
-        QStringLiteral("#hash"),
-        QString(),
+        QStringLiteral("with space"), QStringLiteral("a/b"), QStringLiteral("what?"),
+        QStringLiteral("x&y"),        QStringLiteral("k=v"), QStringLiteral("Ch 2 • News"),
+        QStringLiteral("100%"),       QStringLiteral("a+b"), QString(),
     };
     CMPath path("/sirius/browse");
     for (const QString& text : awkward) {
@@ -62,8 +52,6 @@ TEST(CMPath, ParametersKeepOrderAndReplaceInPlace)
     EXPECT_EQ(path.toEncoded(), QStringLiteral("/a?z=3&a=2"));
     path.removeParam(QStringLiteral("z"));
     EXPECT_EQ(path.toEncoded(), QStringLiteral("/a?a=2"));
-    EXPECT_EQ(path.withoutParams().toEncoded(), QStringLiteral("/a"));
-    EXPECT_EQ(path.params().value(QStringLiteral("a")), QStringLiteral("2"));
 }
 
 TEST(CMPath, EqualPathsHashEqualWhateverTheParameterOrder)
@@ -74,16 +62,6 @@ TEST(CMPath, EqualPathsHashEqualWhateverTheParameterOrder)
     EXPECT_EQ(qHash(one), qHash(two));
     EXPECT_NE(one, CMPath("/a/b?x=1&y=3"));
     EXPECT_NE(one, CMPath("/a/b"));
-    EXPECT_NE(CMPath("/a/b"), CMPath("/a/c"));
     QSet<CMPath> set{one, two, CMPath("/a/b")};
     EXPECT_EQ(set.size(), 2);
-}
-
-TEST(CMPath, ConcatenationAndPrefixes)
-{
-    const CMPath joined = CMPath("/streamer") + CMPath("play");
-    EXPECT_EQ(joined.toEncoded(), QStringLiteral("/streamer/play"));
-    EXPECT_TRUE(joined.startsWith(CMPath("/streamer")));
-    EXPECT_FALSE(CMPath("/streamer").startsWith(joined));
-    EXPECT_EQ(CMPath("/a").subpath(QStringLiteral("b c")).segments().last(), QStringLiteral("b c"));
 }

@@ -36,12 +36,8 @@ public:
         receiver.onSequenceInfo([this](const std::string& type, const miscUtils::VariantHash& p) {
             update([&] { m_sequenceInfo.emplace_back(type, p); });
         });
-        receiver.onAudioFrame([this](const smt2::AudioFrame& frame) {
-            update([&] {
-                m_frames.push_back(frame);
-                m_bytes += static_cast<std::size_t>(frame.data.size());
-            });
-        });
+        receiver.onAudioFrame(
+            [this](const smt2::AudioFrame& frame) { update([&] { m_frames.push_back(frame); }); });
         if (holdFlushes) {
             receiver.onFlushRequested([this](smt2::AudioReceiver::FlushToken t) {
                 update([&] { m_flushes.push_back(t); });
@@ -69,7 +65,6 @@ public:
     int m_connected = 0;
     std::vector<std::pair<std::string, miscUtils::VariantHash>> m_sequenceInfo;
     std::vector<smt2::AudioFrame> m_frames;
-    std::size_t m_bytes = 0;
     std::vector<smt2::AudioReceiver::FlushToken> m_flushes;
     std::vector<smt2::ErrorID> m_disconnects;
 

