@@ -23,27 +23,27 @@ TEST_F(ContentManagerTest, LineUpKeepsOneChannelPerIdSkipsAllXtraAndIncompleteRe
     sirius::test::LogCapture log(sirius::cbSiriusLogger());
     int loaded = 0;
     QObject::connect(&manager, &ContentManager::loaded, [&] { ++loaded; });
-    MivoSiriusContent allXtra = channel(QStringLiteral("x"), QStringLiteral("All"), 9);
-    allXtra.setGenreKey(QStringLiteral("allxtra"));
-    MivoSiriusContent noCategory = channel(QStringLiteral("n"), QStringLiteral("Pop"), 8);
+    MivoSiriusContent allXtra = channel("x", "All", 9);
+    allXtra.setGenreKey("allxtra");
+    MivoSiriusContent noCategory = channel("n", "Pop", 8);
     noCategory.setCategory(QString());
-    manager.on_siriusLib_channel(channel(QStringLiteral("a"), QStringLiteral("Pop"), 2));
+    manager.on_siriusLib_channel(channel("a", "Pop", 2));
     manager.on_siriusLib_channel(allXtra);
-    manager.on_siriusLib_channel(channel(QStringLiteral("a"), QStringLiteral("Rock"), 2));
-    manager.on_siriusLib_channel(channel(QStringLiteral("a"), QStringLiteral("Jazz"), 2));
+    manager.on_siriusLib_channel(channel("a", "Rock", 2));
+    manager.on_siriusLib_channel(channel("a", "Jazz", 2));
     manager.on_siriusLib_channel(noCategory);
-    manager.on_siriusLib_channel(channel(QStringLiteral("b"), QStringLiteral("Pop"), 5));
+    manager.on_siriusLib_channel(channel("b", "Pop", 5));
     EXPECT_EQ(loaded, 0);
     manager.on_siriusLib_channel(MivoSiriusContent());
     EXPECT_EQ(loaded, 1) << "the empty record is the end mark";
 
     EXPECT_EQ(manager.channelCount(), 2);
-    EXPECT_TRUE(manager.channelByChannelId(QStringLiteral("x")).isEmpty());
-    EXPECT_TRUE(manager.channelByChannelId(QStringLiteral("n")).isEmpty());
+    EXPECT_TRUE(manager.channelByChannelId("x").isEmpty());
+    EXPECT_TRUE(manager.channelByChannelId("n").isEmpty());
     EXPECT_EQ(log.linesContaining("Missing basic info for channel").size(), 1u);
-    EXPECT_EQ(manager.channelByChannelId(QStringLiteral("a")).genre(), QStringLiteral("Pop"))
+    EXPECT_EQ(manager.channelByChannelId("a").genre(), "Pop")
         << "the first record of a channel answers for it";
-    EXPECT_EQ(manager.channelRolesById(1, false).id(), QStringLiteral("b"));
+    EXPECT_EQ(manager.channelRolesById(1, false).id(), "b");
 
     const auto genres = manager.genres(0, false);
     QStringList names;
@@ -60,37 +60,34 @@ TEST_F(ContentManagerTest, LineUpKeepsOneChannelPerIdSkipsAllXtraAndIncompleteRe
 
 TEST_F(ContentManagerTest, GenresSortByNameOrOrderAndCountXtraRecordsWhenAsked)
 {
-    MivoSiriusContent xtra = channel(QStringLiteral("x1"), QStringLiteral("Beats"), 700,
-                                     MivoSiriusAssetType::XtraChannel);
+    MivoSiriusContent xtra = channel("x1", "Beats", 700, MivoSiriusAssetType::XtraChannel);
     xtra.setGenreSortOrder(1);
-    load({channel(QStringLiteral("a"), QStringLiteral("Zydeco"), 1),
-          channel(QStringLiteral("b"), QStringLiteral("Alt"), 2), xtra});
+    load({channel("a", "Zydeco", 1), channel("b", "Alt", 2), xtra});
     const auto byName = manager.genres(0, false);
     ASSERT_EQ(byName.size(), 3);
-    EXPECT_EQ(byName[0].genre, QStringLiteral("Alt"));
-    EXPECT_EQ(byName[0].genreKey, QStringLiteral("alt"));
-    EXPECT_EQ(byName[0].genreIcon, QStringLiteral("icon-Alt"));
+    EXPECT_EQ(byName[0].genre, "Alt");
+    EXPECT_EQ(byName[0].genreKey, "alt");
+    EXPECT_EQ(byName[0].genreIcon, "icon-Alt");
     const auto byOrder = manager.genres(1, false);
-    EXPECT_EQ(byOrder[0].genre, QStringLiteral("Beats")) << "sort order 1";
-    EXPECT_EQ(byOrder[2].genre, QStringLiteral("Zydeco")) << "sort order 6";
+    EXPECT_EQ(byOrder[0].genre, "Beats") << "sort order 1";
+    EXPECT_EQ(byOrder[2].genre, "Zydeco") << "sort order 6";
     const auto xtraOnly = manager.genres(1, true);
     ASSERT_EQ(xtraOnly.size(), 1);
-    EXPECT_EQ(xtraOnly[0].genre, QStringLiteral("Beats"));
+    EXPECT_EQ(xtraOnly[0].genre, "Beats");
 }
 
 TEST_F(ContentManagerTest, ChannelIdsFilterOnAnyRecordAndSortNumbersAsNumbers)
 {
-    MivoSiriusContent rockOf10 = channel(QStringLiteral("ten"), QStringLiteral("Rock"), 10);
-    MivoSiriusContent popOf9 = channel(QStringLiteral("nine"), QStringLiteral("Pop"), 9);
-    MivoSiriusContent secondRecordOf9 = channel(QStringLiteral("nine"), QStringLiteral("Rock"), 9);
+    MivoSiriusContent rockOf10 = channel("ten", "Rock", 10);
+    MivoSiriusContent popOf9 = channel("nine", "Pop", 9);
+    MivoSiriusContent secondRecordOf9 = channel("nine", "Rock", 9);
     secondRecordOf9.setSortOrder(1);
-    load(
-        {rockOf10, popOf9, secondRecordOf9,
-         channel(QStringLiteral("x"), QStringLiteral("Pop"), 3, MivoSiriusAssetType::XtraChannel)});
+    load({rockOf10, popOf9, secondRecordOf9,
+          channel("x", "Pop", 3, MivoSiriusAssetType::XtraChannel)});
 
     EXPECT_EQ(idsOf(manager, manager.channelIds({}, MivoSiriusContent::SiriusChannelNumber())),
               (QStringList{"x", "nine", "ten"}));
-    const QVariantHash rock{{MivoSiriusContent::GenreKey(), QStringLiteral("rock")}};
+    const QVariantHash rock{{MivoSiriusContent::GenreKey(), "rock"}};
     EXPECT_EQ(idsOf(manager, manager.channelIds(rock, MivoSiriusContent::SortOrder())),
               (QStringList{"nine", "ten"}))
         << "only nine's second record matches, and its sort order (1) decides";
@@ -99,23 +96,21 @@ TEST_F(ContentManagerTest, ChannelIdsFilterOnAnyRecordAndSortNumbersAsNumbers)
         << "no record says isXtra";
 
     // Sort values given as texts: "10" and "9" order as numbers, "b" and "a" as texts.
-    MivoSiriusContent t10 = channel(QStringLiteral("t10"), QStringLiteral("Talk"), 1);
-    t10.setStreamingName(QStringLiteral("10"));
-    MivoSiriusContent t9 = channel(QStringLiteral("t9"), QStringLiteral("Talk"), 2);
-    t9.setStreamingName(QStringLiteral("9"));
-    MivoSiriusContent tb = channel(QStringLiteral("tb"), QStringLiteral("Talk2"), 3);
-    tb.setStreamingName(QStringLiteral("b"));
-    MivoSiriusContent ta = channel(QStringLiteral("ta"), QStringLiteral("Talk2"), 4);
-    ta.setStreamingName(QStringLiteral("a"));
+    MivoSiriusContent t10 = channel("t10", "Talk", 1);
+    t10.setStreamingName("10");
+    MivoSiriusContent t9 = channel("t9", "Talk", 2);
+    t9.setStreamingName("9");
+    MivoSiriusContent tb = channel("tb", "Talk2", 3);
+    tb.setStreamingName("b");
+    MivoSiriusContent ta = channel("ta", "Talk2", 4);
+    ta.setStreamingName("a");
     manager.reset();
     load({t10, t9, tb, ta});
-    EXPECT_EQ(
-        idsOf(manager, manager.channelIds({{MivoSiriusContent::GenreKey(), QStringLiteral("talk")}},
-                                          MivoSiriusContent::StreamingName())),
-        (QStringList{"t9", "t10"}));
-    EXPECT_EQ(idsOf(manager,
-                    manager.channelIds({{MivoSiriusContent::GenreKey(), QStringLiteral("talk2")}},
-                                       MivoSiriusContent::StreamingName())),
+    EXPECT_EQ(idsOf(manager, manager.channelIds({{MivoSiriusContent::GenreKey(), "talk"}},
+                                                MivoSiriusContent::StreamingName())),
+              (QStringList{"t9", "t10"}));
+    EXPECT_EQ(idsOf(manager, manager.channelIds({{MivoSiriusContent::GenreKey(), "talk2"}},
+                                                MivoSiriusContent::StreamingName())),
               (QStringList{"ta", "tb"}));
     // Mixed keys are not a consistent order; the sort still answers every channel once.
     EXPECT_EQ(manager.channelIds({}, MivoSiriusContent::StreamingName()).size(), 4);
@@ -123,12 +118,12 @@ TEST_F(ContentManagerTest, ChannelIdsFilterOnAnyRecordAndSortNumbersAsNumbers)
 
 TEST_F(ContentManagerTest, LookupsAnswerFromTheFirstRecordAndEmptyForUnknownChannels)
 {
-    MivoSiriusContent restricted = channel(QStringLiteral("r"), QStringLiteral("Pop"), 1);
+    MivoSiriusContent restricted = channel("r", "Pop", 1);
     restricted.setGeoRestrictions(2).setInactivityTimeout(3600);
     load({restricted});
-    EXPECT_TRUE(manager.geoRestricted(QStringLiteral("r")));
-    EXPECT_EQ(manager.inactivityTimeout(QStringLiteral("r")), 3600);
-    EXPECT_FALSE(manager.geoRestricted(QStringLiteral("unknown")));
-    EXPECT_EQ(manager.inactivityTimeout(QStringLiteral("unknown")), 0);
-    EXPECT_TRUE(manager.channelRolesByChannelId(QStringLiteral("unknown"), true).isEmpty());
+    EXPECT_TRUE(manager.geoRestricted("r"));
+    EXPECT_EQ(manager.inactivityTimeout("r"), 3600);
+    EXPECT_FALSE(manager.geoRestricted("unknown"));
+    EXPECT_EQ(manager.inactivityTimeout("unknown"), 0);
+    EXPECT_TRUE(manager.channelRolesByChannelId("unknown", true).isEmpty());
 }

@@ -19,35 +19,28 @@ MivoSiriusPdtCut cutOf(const QString& channelId, qint64 secondsAgo, const QStrin
 
 TEST_F(ContentManagerTest, CutsBecomeCurrent160SecondsAfterTheirStampOneNoticePerTick)
 {
-    load(
-        {channel(QStringLiteral("a"), QStringLiteral("Pop"), 1),
-         channel(QStringLiteral("b"), QStringLiteral("Pop"), 2),
-         channel(QStringLiteral("x"), QStringLiteral("Pop"), 3, MivoSiriusAssetType::XtraChannel)});
+    load({channel("a", "Pop", 1), channel("b", "Pop", 2),
+          channel("x", "Pop", 3, MivoSiriusAssetType::XtraChannel)});
     int notices = 0;
     QObject::connect(&manager, &ContentManager::cutChanged, [&] { ++notices; });
-    manager.on_siriusLib_pdtCuts(
-        {cutOf(QStringLiteral("a"), 159, QStringLiteral("Early"), QStringLiteral("Not yet")),
-         cutOf(QStringLiteral("b"), 300, QString(), QStringLiteral("Only a title")),
-         cutOf(QStringLiteral("b"), 200, QStringLiteral("Artist"), QStringLiteral("Later")),
-         cutOf(QStringLiteral("x"), 300, QStringLiteral("A"), QStringLiteral("T")),
-         cutOf(QStringLiteral("later"), 300, QStringLiteral("Not"), QStringLiteral("Listed"))});
+    manager.on_siriusLib_pdtCuts({cutOf("a", 159, "Early", "Not yet"),
+                                  cutOf("b", 300, QString(), "Only a title"),
+                                  cutOf("b", 200, "Artist", "Later"), cutOf("x", 300, "A", "T"),
+                                  cutOf("later", 300, "Not", "Listed")});
     EXPECT_EQ(notices, 1) << "one notice for every cut that became due at once";
-    EXPECT_EQ(manager.pdtCutByChannelId(QStringLiteral("b")), QStringLiteral("Artist - Later"))
+    EXPECT_EQ(manager.pdtCutByChannelId("b"), "Artist - Later")
         << "of two due cuts of one channel the last stays in force";
-    EXPECT_EQ(manager.pdtCutByChannelId(QStringLiteral("a")), QString()) << "159 s old: not yet";
-    EXPECT_EQ(manager.pdtCutByChannelId(QStringLiteral("x")), QString())
-        << "Xtra channels show no cut";
-    EXPECT_EQ(manager.channelRolesByChannelId(QStringLiteral("b"), true).title(),
-              QStringLiteral("Artist - Later"));
-    EXPECT_EQ(manager.channelRolesByChannelId(QStringLiteral("b"), false).title(),
-              QStringLiteral("Title b"));
+    EXPECT_EQ(manager.pdtCutByChannelId("a"), QString()) << "159 s old: not yet";
+    EXPECT_EQ(manager.pdtCutByChannelId("x"), QString()) << "Xtra channels show no cut";
+    EXPECT_EQ(manager.channelRolesByChannelId("b", true).title(), "Artist - Later");
+    EXPECT_EQ(manager.channelRolesByChannelId("b", false).title(), "Title b");
 
     manager.on_pdtTimer_timeout();
     EXPECT_EQ(notices, 1) << "a tick with nothing due says nothing";
 
     // A cut for a channel not yet in the line-up reaches it when it is added.
-    manager.on_siriusLib_channel(channel(QStringLiteral("later"), QStringLiteral("Pop"), 9));
-    EXPECT_EQ(manager.pdtCutByChannelId(QStringLiteral("later")), QStringLiteral("Not - Listed"));
+    manager.on_siriusLib_channel(channel("later", "Pop", 9));
+    EXPECT_EQ(manager.pdtCutByChannelId("later"), "Not - Listed");
 }
 
 TEST_F(ContentManagerTest, TheRegistryAsksTheLibraryForExactlyTheRegisteredChannels)
@@ -60,11 +53,11 @@ TEST_F(ContentManagerTest, TheRegistryAsksTheLibraryForExactlyTheRegisteredChann
         }
         return std::string();
     };
-    manager.registerPdt(CMPath("/l/list"), QStringList{QStringLiteral("a"), QStringLiteral("b")});
+    manager.registerPdt(CMPath("/l/list"), QStringList{"a", "b"});
     EXPECT_EQ(lastStart().rfind("sxm_startPtdNotificationForChannelIds(", 0), 0u);
-    manager.registerPdt(CMPath("/l/list"), QStringList{QStringLiteral("c")}); // replaces
+    manager.registerPdt(CMPath("/l/list"), QStringList{"c"}); // replaces
     EXPECT_EQ(lastStart(), "sxm_startPtdNotificationForChannelIds(c;)");
-    manager.registerPdt(CMPath("/l/genre"), QStringLiteral("pop"));
+    manager.registerPdt(CMPath("/l/genre"), "pop");
     EXPECT_EQ(lastStart(), "sxm_startPtdNotification") << "a genre and ids together: everything";
     manager.unregisterPdt(CMPath("/l/list"));
     EXPECT_EQ(lastStart(), "sxm_startPtdNotificationForGenre(pop)");

@@ -45,8 +45,7 @@ MivoRoles show(const QString& sortKey, bool preferred, const QString& title)
 TEST_F(ContentManagerTest, ListsShowXtraChannelsThroughTheirChannelRow)
 {
     registerCallbacks();
-    load({channel(QStringLiteral("x7"), QStringLiteral("Pop"), 7,
-                  MivoSiriusAssetType::XtraChannel)});
+    load({channel("x7", "Pop", 7, MivoSiriusAssetType::XtraChannel)});
     script("sxm_get_recents", [](const sxm_callbacks& cb) {
         sxm_content xtra = record("x7", SXM_ASSET_XTRA_CHANNEL, "Xtra as listed in recents");
         sxm_content episode = record("e1", SXM_ASSET_EPISODE, "An episode");
@@ -57,8 +56,8 @@ TEST_F(ContentManagerTest, ListsShowXtraChannelsThroughTheirChannelRow)
     });
     const QList<MivoRoles> recent = valueOf(manager.recent());
     ASSERT_EQ(recent.size(), 3) << "form A keeps the empty row of an unknown Xtra channel";
-    EXPECT_EQ(recent[0].title(), QStringLiteral("Title x7"));
-    EXPECT_EQ(recent[1].title(), QStringLiteral("An episode"));
+    EXPECT_EQ(recent[0].title(), "Title x7");
+    EXPECT_EQ(recent[1].title(), "An episode");
     EXPECT_TRUE(recent[2].isEmpty());
 
     script("sxm_search", [](const sxm_callbacks& cb) {
@@ -67,7 +66,7 @@ TEST_F(ContentManagerTest, ListsShowXtraChannelsThroughTheirChannelRow)
         cb.onSearch(cb.context, &unknownXtra, 0);
         cb.onSearch(cb.context, &live, 1);
     });
-    EXPECT_EQ(titles(valueOf(manager.search(QStringLiteral("x")))), QStringList{"Live"})
+    EXPECT_EQ(titles(valueOf(manager.search("x"))), QStringList{"Live"})
         << "form C drops empty rows";
     EXPECT_TRUE(
         std::count(fake::library().calls.begin(), fake::library().calls.end(), "sxm_search(x)"));
@@ -85,10 +84,8 @@ TEST_F(ContentManagerTest, ShowsSortByChannelOrderThenPreferredThenTitle)
         << "a non-number counts as 0";
 
     registerCallbacks();
-    MivoSiriusContent near =
-        channel(QStringLiteral("near"), QStringLiteral("Pop"), 95); // sort order 5
-    MivoSiriusContent far =
-        channel(QStringLiteral("far"), QStringLiteral("Pop"), 10); // sort order 90
+    MivoSiriusContent near = channel("near", "Pop", 95); // sort order 5
+    MivoSiriusContent far = channel("far", "Pop", 10);   // sort order 90
     load({near, far});
     script("sxm_getShows", [](const sxm_callbacks& cb) {
         sxm_content shows[] = {record("far", SXM_ASSET_SHOW, "Far show"),
@@ -99,7 +96,7 @@ TEST_F(ContentManagerTest, ShowsSortByChannelOrderThenPreferredThenTitle)
         cb.onShows(cb.context, nullptr, 0, 3);
     });
     sirius::test::LogCapture log(sirius::cbSiriusLogger());
-    EXPECT_EQ(titles(valueOf(manager.onDemandShows(QStringLiteral("pop"), QStringLiteral("near")))),
+    EXPECT_EQ(titles(valueOf(manager.onDemandShows("pop", "near"))),
               (QStringList{"Near A", "Near B", "Far show"}));
     EXPECT_EQ(log.linesContaining("genre, channelID: only one should be set!").size(), 1u);
     EXPECT_EQ(calls("sxm_getShows(pop,near)"), 1) << "both are still passed on";
@@ -115,12 +112,12 @@ TEST_F(ContentManagerTest, FavoritesAreFetchedOnceUntilAnUpdateSucceeds)
     int changed = 0;
     QObject::connect(&manager, &ContentManager::favoritesChanged, [&] { ++changed; });
     EXPECT_EQ(titles(valueOf(manager.favorites())), QStringList{"Fav"});
-    EXPECT_TRUE(valueOf(manager.inFavoritesByChannelId(QStringLiteral("fav"))));
-    EXPECT_FALSE(valueOf(manager.inFavoritesByChannelId(QStringLiteral("other"))));
+    EXPECT_TRUE(valueOf(manager.inFavoritesByChannelId("fav")));
+    EXPECT_FALSE(valueOf(manager.inFavoritesByChannelId("other")));
     EXPECT_EQ(calls("sxm_get_favorites"), 1) << "answered from the cache after the first fetch";
 
     MivoSiriusFavorite remove;
-    remove.setChannelId(QStringLiteral("fav")).setChangeType(MivoSiriusFavoriteChangeType::Removed);
+    remove.setChannelId("fav").setChangeType(MivoSiriusFavoriteChangeType::Removed);
     sirius::test::LogCapture log(sirius::cbSiriusLogger());
     EXPECT_TRUE(valueOf(manager.updateFavorites(remove)));
     EXPECT_EQ(log.linesContaining("Favorites updated successfully").size(), 1u);
@@ -149,9 +146,9 @@ TEST_F(ContentManagerTest, ClearRecentAnnouncesTheChangeAndErrorsPassThrough)
     EXPECT_EQ(recentChanged, 1);
     result("sxm_clearRecents", 0);
     const auto failed = manager.clearRecent();
-    EXPECT_EQ(failed.error().message().toString(), QStringLiteral("clear recents error"));
+    EXPECT_EQ(failed.error().message().toString(), "clear recents error");
     EXPECT_EQ(recentChanged, 1);
     result("sxm_get_forYouCarousel", 0);
     fake::library().error = "Service unavailable";
-    EXPECT_EQ(manager.forYou().error().message().toString(), QStringLiteral("Service unavailable"));
+    EXPECT_EQ(manager.forYou().error().message().toString(), "Service unavailable");
 }
