@@ -16,11 +16,8 @@ class BrowseRootTest : public NodesTest, public ::testing::WithParamInterface<bo
 protected:
     void loadLineUp()
     {
-        load({channel(QStringLiteral("1"), QStringLiteral("Rock"), 1),
-              channel(QStringLiteral("2"), QStringLiteral("Pop"), 2),
-              channel(QStringLiteral("3"), QStringLiteral("Pop"), 3),
-              channel(QStringLiteral("4"), QStringLiteral("Comedy"), 4,
-                      MivoSiriusAssetType::XtraChannel)});
+        load({channel("1", "Rock", 1), channel("2", "Pop", 2), channel("3", "Pop", 3),
+              channel("4", "Comedy", 4, MivoSiriusAssetType::XtraChannel)});
     }
     QStringList rootTitles() { return titles(getRows(browseRoot()).rows()); }
 
@@ -45,14 +42,14 @@ TEST_P(BrowseRootTest, AnEmptyLineUpStillHasTheFixedEntries)
 TEST_P(BrowseRootTest, ResetEmptiesTheTreeButKeepsTheSearchEntry)
 {
     loadLineUp();
-    const CMPath recent = browseRoot().subpath(QStringLiteral("recent"));
+    const CMPath recent = browseRoot().subpath("recent");
     QPointer<CMNode> recentNode = nodes.node(recent);
     ASSERT_TRUE(recentNode);
     browse.reset();
     testsupport::pump();
     EXPECT_TRUE(rootTitles().isEmpty());
     EXPECT_FALSE(recentNode) << "the factory's nodes go with the reset";
-    EXPECT_EQ(nodes.node(browseRoot().subpath(QStringLiteral("search"))) != nullptr, GetParam());
+    EXPECT_EQ(nodes.node(browseRoot().subpath("search")) != nullptr, GetParam());
 }
 
 INSTANTIATE_TEST_SUITE_P(FullFeaturedOrNot, BrowseRootTest, ::testing::Bool());

@@ -52,8 +52,7 @@ protected:
     CMPath list(const QString& filter, bool xtra, bool pdt,
                 const QString& sort = MivoSiriusContent::SiriusChannelNumber())
     {
-        return factory.makeChannelNode(QStringLiteral("List"), QStringLiteral("list.png"), sort,
-                                       filter, 0, xtra, pdt);
+        return factory.makeChannelNode("List", "list.png", sort, filter, 0, xtra, pdt);
     }
 };
 
@@ -68,11 +67,11 @@ TEST_F(ChannelNodeTest, ShowsTheTitleAndIconOfTheLinkThatLedThere)
         "Pop hits", "hits.png", MivoSiriusContent::SiriusChannelNumber(), "pop", 0, false, true);
     ChannelNode* node = nodeAt(again);
     ASSERT_NE(node, nullptr);
-    EXPECT_EQ(node->linkRoles(again).title(), QStringLiteral("Pop hits"));
-    EXPECT_EQ(node->linkRoles(again).icon(), QStringLiteral("hits.png"));
-    EXPECT_EQ(node->linkRoles(first).title(), QStringLiteral("List"));
+    EXPECT_EQ(node->linkRoles(again).title(), "Pop hits");
+    EXPECT_EQ(node->linkRoles(again).icon(), "hits.png");
+    EXPECT_EQ(node->linkRoles(first).title(), "List");
     node->setTitle(TrString("Own title"));
-    EXPECT_EQ(node->linkRoles(first.withoutParams()).title(), QStringLiteral("Own title"))
+    EXPECT_EQ(node->linkRoles(first.withoutParams()).title(), "Own title")
         << "a link without parameters shows the node's own title";
 }
 
@@ -125,7 +124,7 @@ TEST_F(ChannelNodeTest, TheLastObserverLeavingUnregistersAndEmptiesTheList)
     const CMPath path = list("", false, true);
     ChannelNode* node = nodeAt(path);
     getRows(path);
-    const CMPath first = CMPath(path).addParam(QStringLiteral("view"), QStringLiteral("1"));
+    const CMPath first = CMPath(path).addParam("view", "1");
     node->addRowsPath(first);
     node->addRowsPath(path);
     const size_t registered = pdtCalls().size();
@@ -180,12 +179,11 @@ TEST_F(ChannelNodeTest, EpisodeAndXtraRowsKeepTheirTitles)
     node->addRowsPath(path);
     // Rows of one channel under another guise: its episode and its Xtra stream.
     MivoRoles episode = node->rows()[1];
-    episode.setTitle(QStringLiteral("An episode"))
+    episode.setTitle("An episode")
         .setPath(CMPath(episode.path()).addParam(MivoSiriusEpisode(), QString()));
     node->rowsSet(0, episode);
     MivoRoles xtra = node->rows()[1];
-    xtra.setTitle(QStringLiteral("An Xtra"))
-        .setPath(CMPath(xtra.path()).addParam(MivoSiriusXtra(), QString()));
+    xtra.setTitle("An Xtra").setPath(CMPath(xtra.path()).addParam(MivoSiriusXtra(), QString()));
     node->rowsSet(2, xtra);
 
     manager.on_siriusLib_pdtCuts({dueCut("a", "Song")});

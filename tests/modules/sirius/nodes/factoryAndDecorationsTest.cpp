@@ -17,12 +17,11 @@ namespace {
 
 MivoRoles contentRow(const QString& id, MivoSiriusAssetType::Enum type, const QString& title)
 {
-    const MivoSiriusContent content =
-        channel(id, QStringLiteral("Hip Hop"), 1, type).setTitle(title);
+    const MivoSiriusContent content = channel(id, "Hip Hop", 1, type).setTitle(title);
     return MivoRoles()
         .setId(id)
         .setTitle(title)
-        .setIcon(QStringLiteral("icon-") + id)
+        .setIcon("icon-" + id)
         .setValue(MivoValue().setVariant(content.__variant()));
 }
 
@@ -35,15 +34,15 @@ TEST_F(NodesTest, ChannelPathsKeyTheNodeBySegmentsAndCarryTitleAndIconAsParamete
     const CMPath second = factory.makeChannelNode(
         "Pop again", "other.png", MivoSiriusContent::SortOrder(), "pop", 3, false, true);
     EXPECT_EQ(first.withoutParams(), second.withoutParams());
-    EXPECT_EQ(second.param(MivoRoles::Title()), QStringLiteral("Pop again"));
-    EXPECT_EQ(second.param(MivoRoles::Icon()), QStringLiteral("other.png"));
+    EXPECT_EQ(second.param(MivoRoles::Title()), "Pop again");
+    EXPECT_EQ(second.param(MivoRoles::Icon()), "other.png");
     auto* node = qobject_cast<ChannelNode*>(nodes.node(second));
     ASSERT_NE(node, nullptr);
-    EXPECT_EQ(node->description().toString(), QStringLiteral("12 channels"))
+    EXPECT_EQ(node->description().toString(), "12 channels")
         << "a node found again keeps what it got when it was made";
     EXPECT_EQ(node->contextPath().param(MivoSiriusContent::AssetType()),
               MivoSiriusAssetType::toString(MivoSiriusAssetType::Category));
-    EXPECT_EQ(node->contextPath().param(MivoSiriusContent::Title()), QStringLiteral("pop"));
+    EXPECT_EQ(node->contextPath().param(MivoSiriusContent::Title()), "pop");
 
     auto* xtra = qobject_cast<ChannelNode*>(
         nodes.node(factory.makeChannelNode("X", "", "SortOrder", "talk", 0, true, false)));
@@ -65,7 +64,7 @@ TEST_F(NodesTest, ClearLetsEveryNodeGoAndTheNextRecentNodeIsMadeAfresh)
     factory.makeRecentNode("Recent again", "again.png");
     auto* again = qobject_cast<CMContainerNode*>(nodes.node(recent));
     ASSERT_NE(again, nullptr);
-    EXPECT_EQ(again->title().toString(), QStringLiteral("Recent again"));
+    EXPECT_EQ(again->title().toString(), "Recent again");
     EXPECT_TRUE(static_cast<CMUINode*>(again)->contextPath().hasParam("clearRecent"));
 }
 
@@ -99,13 +98,13 @@ TEST_F(NodesTest, DecorationsGiveMenusLinksAndCutTitles)
     EXPECT_EQ(UiHelper::addPdtCut(contentRow("quiet", MivoSiriusAssetType::LiveChannel, "Quiet"),
                                   &manager)
                   .title(),
-              QStringLiteral("Quiet"))
+              "Quiet")
         << "addPdtCut keeps the title when there is no cut";
     EXPECT_EQ(rows[0].sortKey(), MivoSiriusAssetType::toString(MivoSiriusAssetType::LiveChannel));
-    EXPECT_EQ(rows[2].path().segments().last(), QStringLiteral("onDemandEpisode"));
-    EXPECT_EQ(rows[2].path().param("id"), QStringLiteral("show"));
+    EXPECT_EQ(rows[2].path().segments().last(), "onDemandEpisode");
+    EXPECT_EQ(rows[2].path().param("id"), "show");
     EXPECT_EQ(rows[3].path().segments().mid(2, 2), (QStringList{"channels", "filter:hip hop"}));
-    EXPECT_EQ(rows[3].context().path().param(MivoSiriusContent::Title()), QStringLiteral("hip hop"))
+    EXPECT_EQ(rows[3].context().path().param(MivoSiriusContent::Title()), "hip hop")
         << "a category's menu is titled with its genre key";
 }
 

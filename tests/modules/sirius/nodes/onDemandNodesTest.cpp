@@ -130,13 +130,13 @@ TEST_F(OnDemandNodesTest, EpisodesKeepTheirOwnIconOrTakeTheShowsAndGetAMenu)
     const CMPath list = getRows(episodesOf("show-1", "show.png")).rowsRedirect();
     const QList<MivoRoles> rows = getRows(list).rows();
     ASSERT_EQ(titles(rows), (QStringList{"Part 1", "Part 2"}));
-    EXPECT_EQ(rows[0].icon(), QStringLiteral("episode.png"));
-    EXPECT_EQ(rows[1].icon(), QStringLiteral("show.png"));
+    EXPECT_EQ(rows[0].icon(), "episode.png");
+    EXPECT_EQ(rows[1].icon(), "show.png");
     EXPECT_FALSE(rows[0].hasEntry(MivoRoles::Value()));
     const CMPath menu = rows[1].context().path();
-    EXPECT_EQ(menu.param(MivoSiriusContent::AssetGuid()), QStringLiteral("ep-2"));
-    EXPECT_EQ(menu.param(MivoSiriusContent::ChannelId()), QStringLiteral("a"));
-    EXPECT_EQ(menu.param(MivoSiriusContent::Title()), QStringLiteral("Part 2"));
+    EXPECT_EQ(menu.param(MivoSiriusContent::AssetGuid()), "ep-2");
+    EXPECT_EQ(menu.param(MivoSiriusContent::ChannelId()), "a");
+    EXPECT_EQ(menu.param(MivoSiriusContent::Title()), "Part 2");
     EXPECT_EQ(menu.param(MivoSiriusContent::AssetType()),
               MivoSiriusAssetType::toString(MivoSiriusAssetType::Episode));
     EXPECT_TRUE(rows[0].path().hasParam(MivoSiriusEpisode())) << "still playable as an episode";
@@ -151,7 +151,7 @@ TEST_F(OnDemandNodesTest, EpisodeErrorsAndRequestsWithoutAShowAreAnsweredWithAnE
 
     const QList<CMPath> before = nodes.paths();
     getRows(episodesOf("", "show.png"));
-    EXPECT_EQ(lastError.name(), QStringLiteral("SiriusXM"));
+    EXPECT_EQ(lastError.name(), "SiriusXM");
     EXPECT_TRUE(lastError.message().toString().startsWith("No show named in"));
     EXPECT_EQ(calls("sxm_getEpisodes()"), 0) << "nothing is asked without a show";
     EXPECT_EQ(nodes.paths().size(), before.size()) << "no list is made for an error";

@@ -63,8 +63,8 @@ protected:
     ForYouNode* forYou()
     {
         if (!forYouNode)
-            forYouNode = ForYouNode::create(&manager, &factory, &nodes,
-                                            browseRoot().subpath(QStringLiteral("forYou")));
+            forYouNode =
+                ForYouNode::create(&manager, &factory, &nodes, browseRoot().subpath("forYou"));
         return forYouNode;
     }
     FavoriteNode* favorites()
@@ -78,7 +78,7 @@ protected:
     /// The message of the error that answered the last request, checking its name and title.
     QString errorText()
     {
-        EXPECT_EQ(lastError.name(), QStringLiteral("SiriusXM"));
+        EXPECT_EQ(lastError.name(), "SiriusXM");
         EXPECT_EQ(lastError.title(), CMError::DefaultTitle());
         return lastError.message().toString();
     }
@@ -109,7 +109,7 @@ TEST_F(PersonalListsTest, ForYouIsFetchedOnceAndAgainAfterAnyRefresh)
     EXPECT_EQ(calls("sxm_get_forYouCarousel"), 2);
     testsupport::pump();
     EXPECT_FALSE(firstTalk) << "the old category list goes; only its successor stays";
-    EXPECT_NE(nodes.node(path.subpath(QStringLiteral("Talk"))), nullptr);
+    EXPECT_NE(nodes.node(path.subpath("Talk")), nullptr);
 }
 
 // --- Favorites

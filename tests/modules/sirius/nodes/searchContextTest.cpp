@@ -85,7 +85,7 @@ TEST_F(SearchContextTest, EachSearchGetsAFreshNumberedResultListInSections)
                                       .setArtist("Artist")
                                       .setTitle("Song")});
     sirius::test::LogCapture log(sirius::cbSiriusLogger());
-    const CMPath first = search(QStringLiteral("jazz"));
+    const CMPath first = search("jazz");
     ASSERT_FALSE(lastError.isError()) << lastError.toString().toStdString();
     EXPECT_EQ(log.linesContaining("Search value: jazz").size(), 1u);
     EXPECT_EQ(calls("sxm_search(jazz)"), 1);
@@ -146,13 +146,13 @@ TEST_F(SearchContextTest, FailedQueriesAreAnsweredWithTheirErrorAndMakeNoList)
 {
     result("sxm_search", 0);
     const QList<CMPath> before = nodes.paths();
-    EXPECT_TRUE(search(QStringLiteral("jazz")).isEmpty());
-    EXPECT_EQ(lastError.message().toString(), QStringLiteral("sxm_search failed"));
+    EXPECT_TRUE(search("jazz").isEmpty());
+    EXPECT_EQ(lastError.message().toString(), "sxm_search failed");
     EXPECT_EQ(nodes.paths().size(), before.size());
 
     result("sxm_get_favorites", 0);
     fake::library().error = "Service unavailable";
     menu(factory.makeContextNode("Live", "live", "guid-live",
                                  MivoSiriusAssetType::toString(MivoSiriusAssetType::LiveChannel)));
-    EXPECT_EQ(lastError.message().toString(), QStringLiteral("Service unavailable"));
+    EXPECT_EQ(lastError.message().toString(), "Service unavailable");
 }
