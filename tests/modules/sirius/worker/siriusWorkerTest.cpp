@@ -23,7 +23,7 @@ protected:
     {
         fake::reset();
         CMSetRoot(&root);
-        setAccount(QStringLiteral("user"), QStringLiteral("secret"));
+        setAccount("user", "secret");
         // Sign-in and listing move the fake library's status as the real one does.
         script("sxm_configure_sirius", [] { fake::library().status = SXM_STATUS_SIGNED_IN; });
         script("sxm_channel_list", [] { fake::library().status = SXM_STATUS_READY; });
@@ -77,11 +77,11 @@ TEST_F(SiriusWorkerTest, ARefusedSignInFailsOnlyThatRequestAndTheNextOneTriesAga
     SiriusWorker worker({});
     CMGetRowsRequest first(MivoSiriusBrowsePath());
     worker.request(first);
-    EXPECT_EQ(errorOf(first), QStringLiteral("Invalid credentials, Please log in"));
+    EXPECT_EQ(errorOf(first), "Invalid credentials, Please log in");
     EXPECT_EQ(log.linesContaining("Login error: ").size(), 1u);
     CMGetRowsRequest second(MivoSiriusBrowsePath());
     worker.request(second);
-    EXPECT_EQ(errorOf(second), QStringLiteral("Invalid credentials, Please log in"));
+    EXPECT_EQ(errorOf(second), "Invalid credentials, Please log in");
     EXPECT_EQ(calls("sxm_configure_sirius"), 2);
 
     result("sxm_configure_sirius", 1);
@@ -91,7 +91,7 @@ TEST_F(SiriusWorkerTest, ARefusedSignInFailsOnlyThatRequestAndTheNextOneTriesAga
     fake::library().error = "No line-up";
     CMGetRowsRequest third(MivoSiriusBrowsePath());
     worker.request(third);
-    EXPECT_EQ(errorOf(third), QStringLiteral("No line-up")) << "the library's own error";
+    EXPECT_EQ(errorOf(third), "No line-up") << "the library's own error";
 }
 
 TEST_F(SiriusWorkerTest, TheAccountNodeIsWritableWhileTheQueueWaitsForASignIn)
@@ -119,11 +119,11 @@ TEST_F(SiriusWorkerTest, TheAccountNodeIsWritableWhileTheQueueWaitsForASignIn)
                     .isEmpty());
 
     CMSetDataRequest wrongType(MivoSiriusAccountPath(), MivoRoles::Value(),
-                               MivoValue().setString(QStringLiteral("x")).__variant());
+                               MivoValue().setString("x").__variant());
     worker.request(wrongType);
     ASSERT_TRUE(wrongType.reply().isError());
-    EXPECT_EQ(wrongType.reply().error().name(), QStringLiteral("SiriusAccountNode"));
-    EXPECT_EQ(wrongType.reply().error().message().toString(), QStringLiteral("Invalid value type"));
+    EXPECT_EQ(wrongType.reply().error().name(), "SiriusAccountNode");
+    EXPECT_EQ(wrongType.reply().error().message().toString(), "Invalid value type");
     EXPECT_TRUE(waitUntil([&] { return waiting.reply().isFinished(); }));
 }
 
@@ -141,18 +141,17 @@ TEST_F(SiriusWorkerTest, SigningInThroughTheAccountNodeAnnouncesTheChangeOnlyOnS
         return request;
     };
     sirius::test::LogCapture log(sirius::cbSiriusLogger());
-    EXPECT_TRUE(login(QStringLiteral("new"), QStringLiteral("pw")).reply().isSucceeded());
+    EXPECT_TRUE(login("new", "pw").reply().isSucceeded());
     EXPECT_EQ(calls("sxm_verify_account(new,pw)"), 1);
     EXPECT_EQ(log.linesContaining("Account changed").size(), 1u);
 
     result("sxm_verify_account", 0);
     fake::library().error = "Invalid username or password";
-    const CMSetDataRequest refused = login(QStringLiteral("new"), QStringLiteral("bad"));
-    EXPECT_EQ(refused.reply().error().message().toString(),
-              QStringLiteral("Invalid username or password"));
+    const CMSetDataRequest refused = login("new", "bad");
+    EXPECT_EQ(refused.reply().error().message().toString(), "Invalid username or password");
     EXPECT_EQ(log.linesContaining("Account changed").size(), 1u) << "no change announced";
 
-    CMSetDataRequest otherRole(MivoSiriusAccountPath(), MivoRoles::Title(), QStringLiteral("x"));
+    CMSetDataRequest otherRole(MivoSiriusAccountPath(), MivoRoles::Title(), "x");
     worker.request(otherRole);
     EXPECT_TRUE(otherRole.reply().isError()) << "the framework's default answer";
     EXPECT_EQ(log.linesContaining("role is not for SiriusAccount").size(), 1u);

@@ -112,7 +112,7 @@ TEST_F(UserMessagesTest, OnlyChangesOfTheTwoStoreFlagsRaiseABypassMessage)
         worker->on_lib_error(notification(step.status));
         EXPECT_EQ(takeShown(), step.expected) << step.what;
     }
-    EXPECT_EQ(storedUser(), QStringLiteral("user")) << "no sign-out without a bypass sign-in";
+    EXPECT_EQ(storedUser(), "user") << "no sign-out without a bypass sign-in";
 }
 
 TEST_F(UserMessagesTest, LeavingBypassAfterASignInDuringItSignsTheUserOut)
