@@ -20,7 +20,7 @@ constexpr int kPlaceholder = 6;
 
 CMPath pathOf(const QJsonObject& row)
 {
-    return CMPath::fromEncoded(row.value(QStringLiteral("path")).toString());
+    return CMPath::fromEncoded(row.value("path").toString());
 }
 
 /// Whether two encoded paths lead to the same node (title and icon ride as parameters).
@@ -119,8 +119,7 @@ TEST_F(BrowseThroughHost, TheFullFeaturedTreeFromTheRootDownToEpisodesMenusAndSe
     script.step("root").rows("browse");
     script.step("all").rows(paths::allChannels());
     script.step("byName").rows(paths::allChannelsByName());
-    script.step("genreMenu")
-        .rows(paths::context(firstGenreKey, QString(), QString(), QStringLiteral("Category")));
+    script.step("genreMenu").rows(paths::context(firstGenreKey, QString(), QString(), "Category"));
     script.step("xtra").rows(MivoSiriusBrowsePath().subpath("xtra").toEncoded());
     script.step("onDemands").rows(MivoSiriusBrowsePath().subpath("onDemands").toEncoded());
     script.step("shows").rows(paths::onDemand(firstGenreName, firstGenreKey, QString()));
@@ -130,17 +129,17 @@ TEST_F(BrowseThroughHost, TheFullFeaturedTreeFromTheRootDownToEpisodesMenusAndSe
     // A channel's shows are reached through its context menu, which makes their list.
     script.step("noShows")
         .rows(paths::context(qs(noShows->name), qs(noShows->id), qs(noShows->assetGuid),
-                             QStringLiteral("LiveChannel")))
-        .rows(paths::onDemand(QStringLiteral("OnDemand"), QString(), qs(noShows->id)));
+                             "LiveChannel"))
+        .rows(paths::onDemand("OnDemand", QString(), qs(noShows->id)));
     script.step("menus")
         .rows(paths::context(qs(favoriteChannel.name), qs(favoriteChannel.id),
-                             qs(favoriteChannel.assetGuid), QStringLiteral("LiveChannel")))
+                             qs(favoriteChannel.assetGuid), "LiveChannel"))
         .rows(paths::context(qs(otherChannel.name), qs(otherChannel.id), qs(otherChannel.assetGuid),
-                             QStringLiteral("LiveChannel")))
+                             "LiveChannel"))
         .rows(paths::context(qs(episode.record.title), qs(episode.record.channelId),
-                             qs(episode.record.assetGuid), QStringLiteral("Episode")))
+                             qs(episode.record.assetGuid), "Episode"))
         .rows(paths::context(qs(show.record.title), qs(show.record.channelId),
-                             qs(show.record.assetGuid), QStringLiteral("Show")))
+                             qs(show.record.assetGuid), "Show"))
         .rows(paths::recentContext());
     script.step("search").line("search Pop").line("search Episode 7");
     const HostRun run = runScript(script);
@@ -162,8 +161,8 @@ TEST_F(BrowseThroughHost, TheFullFeaturedTreeFromTheRootDownToEpisodesMenusAndSe
             EXPECT_EQ(text(row, "description"), QStringLiteral("%1 channels").arg(count.records))
                 << name.toStdString();
             EXPECT_TRUE(sameNode(text(row, "path"), paths::genre(name, qs(count.genre->key))));
-            EXPECT_EQ(text(row, "context"), paths::context(qs(count.genre->key), QString(),
-                                                           QString(), QStringLiteral("Category")));
+            EXPECT_EQ(text(row, "context"),
+                      paths::context(qs(count.genre->key), QString(), QString(), "Category"));
         }
     }();
 
@@ -285,9 +284,8 @@ TEST_F(BrowseThroughHost, TheFullFeaturedTreeFromTheRootDownToEpisodesMenusAndSe
         EXPECT_EQ(search.list(1).value("path").toString(), "/sirius/browse/search/1");
         EXPECT_EQ(rowsOf(search.list(0)).at(0).toObject().value("title").toString(), "Categories");
         EXPECT_EQ(rowsOf(search.list(0)).at(0).toObject().value("type").toInt(), kSectionHeader);
-        const QJsonObject category = rowWhere(search.list(0), "title", QStringLiteral("Pop"));
-        EXPECT_TRUE(sameNode(text(category, "path"),
-                             paths::genre(QStringLiteral("Pop"), QStringLiteral("pop"))));
+        const QJsonObject category = rowWhere(search.list(0), "title", "Pop");
+        EXPECT_TRUE(sameNode(text(category, "path"), paths::genre("Pop", "pop")));
     }();
     EXPECT_EQ(run.exitCode, 0) << run.diagnostics();
 }

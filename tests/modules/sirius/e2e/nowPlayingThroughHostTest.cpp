@@ -30,7 +30,7 @@ constexpr qint64 kBeyondNextTrackMs = kCutDelayMs + 25 * 60 * 1000;
 
 bool isLiveRow(const QJsonObject& row)
 {
-    return CMPath::fromEncoded(row.value("path").toString()).param(QStringLiteral("assetType")) ==
+    return CMPath::fromEncoded(row.value("path").toString()).param("assetType") ==
            QLatin1String("LiveChannel");
 }
 
@@ -48,7 +48,7 @@ std::set<QString> liveIds(const QJsonObject& list)
 QStringList cutRequests(const Step& step)
 {
     QStringList requests;
-    for (const QJsonObject& service : step.items(QStringLiteral("service"))) {
+    for (const QJsonObject& service : step.items("service")) {
         for (const QJsonValue& request : service.value("requests").toArray())
             requests << request.toString();
     }
@@ -59,14 +59,13 @@ QStringList cutRequests(const Step& step)
 QUrlQuery queryOf(const QString& request)
 {
     const QString target = request.section(QLatin1Char(' '), 1, 1);
-    return QUrlQuery(QUrl(QStringLiteral("http://service") + target));
+    return QUrlQuery(QUrl("http://service" + target));
 }
 
 std::set<QString> channelIdsAskedFor(const QString& request)
 {
     std::set<QString> ids;
-    const QString list =
-        queryOf(request).queryItemValue(QStringLiteral("channelIds"), QUrl::FullyDecoded);
+    const QString list = queryOf(request).queryItemValue("channelIds", QUrl::FullyDecoded);
     for (const QString& id : list.split(QLatin1Char(','), Qt::SkipEmptyParts))
         ids.insert(id);
     return ids;
@@ -129,7 +128,7 @@ TEST_F(NowPlayingThroughHost, CutsOfExactlyTheOpenListsShowOnceDueAndMoveOnWithT
     EXPECT_EQ(channelIdsAskedFor(openRequests.value(openRequests.size() - 1)), live)
         << openRequests.join('\n').toStdString();
     // As cuts arrive, the open list is told its rows changed.
-    EXPECT_FALSE(open.items(QStringLiteral("changed")).isEmpty());
+    EXPECT_FALSE(open.items("changed").isEmpty());
 
     // Cuts stamped 160 s earlier are due at once: every live row shows the track on air now.
     // Once the next track's cut is due too, the rows move on to it.

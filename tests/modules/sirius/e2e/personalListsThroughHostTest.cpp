@@ -78,8 +78,7 @@ QString segmentOf(QString category)
 
 QString contextOf(const sxm::service::Channel& channel)
 {
-    return paths::context(qs(channel.name), qs(channel.id), qs(channel.assetGuid),
-                          QStringLiteral("LiveChannel"));
+    return paths::context(qs(channel.name), qs(channel.id), qs(channel.assetGuid), "LiveChannel");
 }
 
 /// The favourite action a channel's context menu offers: the favourite path with the menu's
@@ -168,10 +167,10 @@ TEST_F(PersonalListsThroughHost, ForYouFavoritesAndRecentFollowTheServiceAndTheM
     [&] {
         const std::map<QString, QStringList> sections = idsBySection(run.step("favorites").list());
         const std::map<QString, QStringList> expected{
-            {QStringLiteral("Channels"),
+            {"Channels",
              {qs(catalog().channels().at(0).id), qs(catalog().channels().at(3).id),
               qs(catalog().xtraChannels().at(0).id)}},
-            {QStringLiteral("Shows"), {qs(catalog().shows().at(0).record.assetGuid)}}};
+            {"Shows", {qs(catalog().shows().at(0).record.assetGuid)}}};
         EXPECT_EQ(sections, expected) << run.diagnostics();
     }();
 
@@ -240,8 +239,7 @@ TEST_F(PersonalListsThroughHost, BypassModeAndALostServiceExplainThemselves)
     ASSERT_FALSE(run.timedOut) << run.diagnostics();
 
     const QJsonObject entered = run.step("enter").items("popup").value(0);
-    EXPECT_EQ(entered.value("title").toString(), QStringLiteral("Bypass status"))
-        << run.diagnostics();
+    EXPECT_EQ(entered.value("title").toString(), "Bypass status") << run.diagnostics();
     EXPECT_EQ(popupLines(entered),
               QStringList{"Server update in process. Some of your settings and preferences are "
                           "currently unavailable.  They will be restored as soon as possible."});
@@ -255,7 +253,7 @@ TEST_F(PersonalListsThroughHost, BypassModeAndALostServiceExplainThemselves)
         << run.diagnostics();
 
     const QJsonObject left = run.step("leave").items("popup").value(0);
-    EXPECT_EQ(left.value("title").toString(), QStringLiteral("Bypass status"));
+    EXPECT_EQ(left.value("title").toString(), "Bypass status");
     EXPECT_EQ(
         popupLines(left),
         QStringList{"System update complete. Your settings and preferences are available again."});

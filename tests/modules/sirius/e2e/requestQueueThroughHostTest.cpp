@@ -21,7 +21,7 @@ QString tuneStart()
 QStringList requestsIn(const Step& step, const QString& endpoint)
 {
     QStringList requests;
-    for (const QJsonObject& service : step.items(QStringLiteral("service"))) {
+    for (const QJsonObject& service : step.items("service")) {
         if (service.value("endpoint").toString() != endpoint)
             continue;
         for (const QJsonValue& request : service.value("requests").toArray())
@@ -34,7 +34,7 @@ QStringList requestsIn(const Step& step, const QString& endpoint)
 QList<QJsonValue> tuneStartValues(const Step& step)
 {
     QList<QJsonValue> values;
-    for (const QJsonObject& setting : step.items(QStringLiteral("setting"))) {
+    for (const QJsonObject& setting : step.items("setting")) {
         if (setting.value("path").toString() == tuneStart())
             values << setting.value("value").toObject().value("value");
     }
@@ -90,7 +90,7 @@ TEST_F(RequestQueueThroughHost, SignInOrderExpiredSessionsAndTuneStartInStep)
 
     // Held back during the sign-in, the requests are dispatched newest first.
     [&] {
-        const QList<QJsonObject> answers = run.step("burst").items(QStringLiteral("burst"));
+        const QList<QJsonObject> answers = run.step("burst").items("burst");
         ASSERT_EQ(answers.size(), 3) << run.diagnostics();
         QStringList order;
         for (const QJsonObject& answer : answers) {
