@@ -131,11 +131,6 @@ QString recentContext()
         .toEncoded();
 }
 
-QString tuneStartSetting()
-{
-    return MivoSiriusSettingsTuneStart().toEncoded();
-}
-
 } // namespace paths
 
 } // namespace e2e

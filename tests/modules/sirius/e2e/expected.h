@@ -37,7 +37,6 @@ QString context(const QString& title, const QString& channelId, const QString& a
                 const QString& assetType);
 /// The context menu of the recent list.
 QString recentContext();
-QString tuneStartSetting();
 
 } // namespace paths
 

@@ -14,7 +14,7 @@ namespace {
 
 QString tuneStart()
 {
-    return paths::tuneStartSetting();
+    return MivoSiriusSettingsTuneStart().toEncoded();
 }
 
 /// The requests a step's `service requests ENDPOINT` commands listed, in order.
