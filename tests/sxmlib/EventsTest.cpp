@@ -16,7 +16,7 @@ protected:
     {
         LibraryFixture::SetUp();
         ASSERT_NO_FATAL_FAILURE(signInAndList());
-        recorder_.reset();
+        m_recorder.reset();
     }
 
     std::vector<ErrorNote> errors() { return recorded().errors; }
@@ -26,7 +26,7 @@ protected:
 
 TEST_F(Events, ABypassChangeIsReportedOnceWithCodeZero)
 {
-    server_->faults().merge({{"bypass", {{"isGupUnavailable", true}}}});
+    m_server->faults().merge({{"bypass", {{"isGupUnavailable", true}}}});
     EXPECT_EQ(sxm_get_recents(), 0) << "GUP bypass switches recents off";
     EXPECT_EQ(std::string(sxm_get_error()),
               "Your settings and preferences are temporarily unavailable during a server update.");
@@ -49,11 +49,11 @@ TEST_F(Events, APlaybackTheServiceEndsIsReportedOnceAsCodeThirtySeven)
 {
     const std::string channel = catalog().channels()[0].id;
     ASSERT_EQ(play(SXM_MODE_LIVE, channel, "", "", "", true), 1) << sxm_get_error();
-    ASSERT_TRUE(recorder_.waitFor([](CallbackRecorder& r) { return !r.audio.empty(); }));
-    server_->endPlayback();
+    ASSERT_TRUE(m_recorder.waitFor([](CallbackRecorder& r) { return !r.audio.empty(); }));
+    m_server->endPlayback();
     sxm_externalTimerTick(5000);
     advance(10000); // the next segment is due: the stream meets the 409 as well
-    ASSERT_TRUE(recorder_.waitFor([](CallbackRecorder& r) {
+    ASSERT_TRUE(m_recorder.waitFor([](CallbackRecorder& r) {
         return !r.errors.empty() && r.errors.back().code == SXM_ERROR_PLAYBACK_ENDED;
     }));
     EXPECT_EQ(sxm_stopChannel(), 1);

@@ -19,17 +19,17 @@ protected:
     {
         LibraryFixture::SetUp();
         ASSERT_NO_FATAL_FAILURE(signInAndList());
-        recorder_.reset();
+        m_recorder.reset();
     }
 
     void fault(const std::string& endpoint, const nlohmann::json& what)
     {
-        ASSERT_FALSE(server_->faults().merge({{"endpoints", {{endpoint, what}}}}).has_value());
+        ASSERT_FALSE(m_server->faults().merge({{"endpoints", {{endpoint, what}}}}).has_value());
     }
 
     bool waitForError(int code)
     {
-        return recorder_.waitFor([code](CallbackRecorder& r) {
+        return m_recorder.waitFor([code](CallbackRecorder& r) {
             for (const ErrorNote& note : r.errors)
                 if (note.code == code)
                     return true;
@@ -66,7 +66,7 @@ TEST_F(Faults, ASegmentThatBreaksOffIsFetchedAgainAndTheAudioStaysExact)
     const std::string expected = plaintext("live", channel(), kBitrate, now() / kSegmentMs);
     ASSERT_EQ(play(SXM_MODE_LIVE, channel(), "", "", "", true), 1) << sxm_get_error();
     ASSERT_TRUE(
-        recorder_.waitFor([&](CallbackRecorder& r) { return r.audio.size() >= expected.size(); }));
+        m_recorder.waitFor([&](CallbackRecorder& r) { return r.audio.size() >= expected.size(); }));
     const Recorded r = recorded();
     EXPECT_TRUE(r.audio == expected);
     EXPECT_TRUE(r.errors.empty());
@@ -89,8 +89,8 @@ TEST_F(Faults, AStreamWhoseSegmentsKeepFailingGivesUpWithAnError)
 TEST_F(Faults, AnExpiredSessionEndsTheStreamWithTheServiceText)
 {
     ASSERT_EQ(play(SXM_MODE_LIVE, channel(), "", "", "", true), 1) << sxm_get_error();
-    ASSERT_TRUE(recorder_.waitFor([](CallbackRecorder& r) { return !r.audio.empty(); }));
-    server_->expireSessions();
+    ASSERT_TRUE(m_recorder.waitFor([](CallbackRecorder& r) { return !r.audio.empty(); }));
+    m_server->expireSessions();
     advance(kSegmentMs); // the next segment is due and meets the 401
     ASSERT_TRUE(waitForError(2));
     const ErrorNote note = errorWithCode(2);
@@ -103,8 +103,8 @@ TEST_F(Faults, AnExpiredSessionEndsTheStreamWithTheServiceText)
 TEST_F(Faults, TheServiceGoingAwayMidStreamNeverHangsAStop)
 {
     ASSERT_EQ(play(SXM_MODE_LIVE, channel(), "", "", "", true), 1) << sxm_get_error();
-    ASSERT_TRUE(recorder_.waitFor([](CallbackRecorder& r) { return !r.audio.empty(); }));
-    server_->stop();
+    ASSERT_TRUE(m_recorder.waitFor([](CallbackRecorder& r) { return !r.audio.empty(); }));
+    m_server->stop();
     EXPECT_EQ(sxm_get_recents(), 0);
     char buffer[64] = {};
     EXPECT_EQ(sxm_getNextSegmentTime(buffer, sizeof buffer), SXM_RESULT_ERROR);

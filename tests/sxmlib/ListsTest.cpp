@@ -63,7 +63,7 @@ TEST_F(Lists, ShowsComeOneByOneAndEndWithAFinalCall)
     }
     EXPECT_EQ(r.showStatuses.back(), 0);
     EXPECT_FALSE(r.shows.back().item.has_value());
-    recorder_.reset();
+    m_recorder.reset();
     EXPECT_EQ(sxm_getShows(show.record.genreKey.c_str(), ""), 1) << sxm_get_error();
 
     // Exactly one of genre and channel; an unknown one is the service's 404.
@@ -96,7 +96,7 @@ TEST_F(Lists, FavoritesChangeOnTheServiceAndComeBackIndexed)
     EXPECT_EQ(sxm_update_server_favorites(node), 1) << sxm_get_error();
     sxm_freeFavoriteList(node);
 
-    recorder_.reset();
+    m_recorder.reset();
     ASSERT_EQ(sxm_get_favorites(), 1) << sxm_get_error();
     r = recorded();
     ASSERT_EQ(r.favorites.size(), before + 1);
@@ -112,7 +112,7 @@ TEST_F(Lists, FavoritesChangeOnTheServiceAndComeBackIndexed)
     removal.next = &unknown;
     EXPECT_EQ(sxm_update_server_favorites(&removal), 0);
     EXPECT_FALSE(std::string(sxm_get_error()).empty());
-    recorder_.reset();
+    m_recorder.reset();
     ASSERT_EQ(sxm_get_favorites(), 1) << sxm_get_error();
     EXPECT_EQ(recorded().favorites.size(), before + 1);
     EXPECT_EQ(sxm_update_server_favorites(nullptr), 0);

@@ -24,7 +24,7 @@ protected:
     {
         LibraryFixture::SetUp();
         ASSERT_NO_FATAL_FAILURE(signInAndList());
-        recorder_.reset();
+        m_recorder.reset();
     }
 
     std::int64_t liveSegment() const { return now() / kSegmentMs; }
@@ -32,7 +32,7 @@ protected:
 
     bool waitForAudio(std::size_t bytes)
     {
-        return recorder_.waitFor([bytes](CallbackRecorder& r) { return r.audio.size() >= bytes; });
+        return m_recorder.waitFor([bytes](CallbackRecorder& r) { return r.audio.size() >= bytes; });
     }
     std::string audio() { return recorded().audio; }
 };
@@ -102,7 +102,7 @@ TEST_F(Playback, TheEndOfAnEpisodeIsReportedAsCodeThirtySevenAfterItsLastAudio)
     const std::string expected = plaintext("episode", guid, kBitrate, last);
     ASSERT_EQ(play(SXM_MODE_ON_DEMAND, "", "", guid, std::to_string(last * kSegmentMs), false), 1)
         << sxm_get_error();
-    ASSERT_TRUE(recorder_.waitFor([](CallbackRecorder& r) {
+    ASSERT_TRUE(m_recorder.waitFor([](CallbackRecorder& r) {
         return !r.errors.empty() && r.errors.back().code == SXM_ERROR_PLAYBACK_ENDED;
     }));
     EXPECT_TRUE(audio() == expected);
@@ -113,7 +113,7 @@ TEST_F(Playback, TheEndOfAnEpisodeIsReportedAsCodeThirtySevenAfterItsLastAudio)
 
 TEST_F(Playback, APartialTakerGetsTheRestOnlyAfterAskingForMore)
 {
-    recorder_.setIntake(Intake::Part);
+    m_recorder.setIntake(Intake::Part);
     startIntegratorThread();
     const std::string expected = plaintext("live", channel(), kBitrate, liveSegment());
     ASSERT_EQ(play(SXM_MODE_LIVE, channel(), "", "", "", true), 1) << sxm_get_error();
@@ -126,12 +126,12 @@ TEST_F(Playback, APartialTakerGetsTheRestOnlyAfterAskingForMore)
 
 TEST_F(Playback, PauseHoldsTheAudioUntilResume)
 {
-    recorder_.setIntake(Intake::Part); // the stream then waits for sxm_sendAudioData
+    m_recorder.setIntake(Intake::Part); // the stream then waits for sxm_sendAudioData
     ASSERT_EQ(play(SXM_MODE_LIVE, channel(), "", "", "", true), 1) << sxm_get_error();
-    ASSERT_TRUE(recorder_.waitFor([](CallbackRecorder& r) { return r.moreWanted; }));
+    ASSERT_TRUE(m_recorder.waitFor([](CallbackRecorder& r) { return r.moreWanted; }));
     EXPECT_EQ(sxm_userPause(1), 1);
 
-    recorder_.noteSendAudioData();
+    m_recorder.noteSendAudioData();
     EXPECT_EQ(sxm_sendAudioData(), 1);
     // Paused: the integrator's request for more must not bring more audio. (Waiting here can
     // only let a wrong library through, never fail a right one.)
@@ -139,14 +139,14 @@ TEST_F(Playback, PauseHoldsTheAudioUntilResume)
     Recorded r = recorded();
     EXPECT_EQ(r.offers, 1);
     EXPECT_EQ(sxm_userPause(0), 1);
-    EXPECT_TRUE(recorder_.waitFor([](CallbackRecorder& r) { return r.offers >= 2; }));
+    EXPECT_TRUE(m_recorder.waitFor([](CallbackRecorder& r) { return r.offers >= 2; }));
 }
 
 TEST_F(Playback, StopNeverWaitsForAnIntegratorThatTakesNothing)
 {
-    recorder_.setIntake(Intake::Nothing);
+    m_recorder.setIntake(Intake::Nothing);
     ASSERT_EQ(play(SXM_MODE_LIVE, channel(), "", "", "", true), 1) << sxm_get_error();
-    ASSERT_TRUE(recorder_.waitFor([](CallbackRecorder& r) { return r.offers >= 1; }));
+    ASSERT_TRUE(m_recorder.waitFor([](CallbackRecorder& r) { return r.offers >= 1; }));
     EXPECT_EQ(sxm_stopChannel(), 1);
     const Recorded r = recorded();
     EXPECT_TRUE(r.audio.empty());
@@ -162,7 +162,7 @@ TEST_F(Playback, GoLiveFlushesAndStartsAgainAtTheLivePoint)
     ASSERT_TRUE(waitForAudio(1));
     sxm_triggerGoLive();
     EXPECT_STREQ(sxm_get_error(), "");
-    ASSERT_TRUE(recorder_.waitFor([&](CallbackRecorder& r) {
+    ASSERT_TRUE(m_recorder.waitFor([&](CallbackRecorder& r) {
         return r.flushes == 1 && r.audio.size() >= r.audioAtFlush + live.size();
     }));
     const Recorded r = recorded();

@@ -36,7 +36,7 @@ TEST_F(Session, SignInStoresTheAccountAndReportsTheGlobalSettings)
     EXPECT_EQ(sxm_get_status(), SXM_STATUS_SIGNED_IN);
     EXPECT_STREQ(sxm_get_error(), "");
 
-    const MivoSiriusAccount account = storedAccount(root_);
+    const MivoSiriusAccount account = storedAccount(m_root);
     EXPECT_EQ(account.username(), "ann");
     EXPECT_EQ(account.password(), "s3cret");
     EXPECT_EQ(account.consumerType(), "subscriber");
@@ -53,10 +53,10 @@ TEST_F(Session, AWrongPasswordIsRefusedWithTheServiceTextAndStoresNothing)
     EXPECT_EQ(sxm_verify_account("ann", "wrong"), 0);
     EXPECT_STREQ(sxm_get_error(), "The username or password you entered is incorrect.");
     EXPECT_EQ(sxm_get_status(), SXM_STATUS_SIGN_IN_REFUSED);
-    EXPECT_TRUE(storedAccount(root_).username().isEmpty());
+    EXPECT_TRUE(storedAccount(m_root).username().isEmpty());
     EXPECT_EQ(sxm_channel_list(), 0) << "no session, no line-up";
     // A refusal of the service's own (a fault) reads the same way, with its text.
-    server_->faults().merge({{"refuseLogin", true}});
+    m_server->faults().merge({{"refuseLogin", true}});
     EXPECT_EQ(sxm_verify_account("ann", "s3cret"), 0);
     EXPECT_STREQ(sxm_get_error(), "Your subscription is not active. Please contact SiriusXM.");
 }

@@ -30,7 +30,7 @@ protected:
         LibraryFixture::SetUp();
         ASSERT_NO_FATAL_FAILURE(signInAndList());
         // Taking nothing keeps the listener where the stream started.
-        recorder_.setIntake(Intake::Nothing);
+        m_recorder.setIntake(Intake::Nothing);
     }
 
     struct Answer
@@ -118,7 +118,7 @@ TEST_F(Skips, RefusalsWithoutAPlaybackOrWithoutRights)
     EXPECT_EQ(ask(true).result, SXM_RESULT_INVALID_STATE);
     EXPECT_EQ(ask(false).text, "");
 
-    server_->faults().merge({{"skipsNotAllowed", true}});
+    m_server->faults().merge({{"skipsNotAllowed", true}});
     ASSERT_EQ(play(SXM_MODE_LIVE, channel().id, "", "", "", true), 1) << sxm_get_error();
     const Answer refused = ask(false);
     EXPECT_EQ(refused.result, SXM_RESULT_SKIPS_NOT_ALLOWED);

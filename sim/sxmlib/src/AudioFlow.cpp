@@ -5,67 +5,67 @@ namespace sxmlib {
 void AudioFlow::requestStop()
 {
     {
-        std::lock_guard<std::mutex> lock(mutex_);
-        stop_ = true;
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_stop = true;
     }
-    changed_.notify_all();
+    m_changed.notify_all();
 }
 
 bool AudioFlow::stopping() const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return stop_;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_stop;
 }
 
 void AudioFlow::setPaused(bool paused)
 {
     {
-        std::lock_guard<std::mutex> lock(mutex_);
-        paused_ = paused;
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_paused = paused;
     }
-    changed_.notify_all();
+    m_changed.notify_all();
 }
 
 bool AudioFlow::paused() const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return paused_;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_paused;
 }
 
 void AudioFlow::moreRequested()
 {
     {
-        std::lock_guard<std::mutex> lock(mutex_);
-        more_ = true;
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_more = true;
     }
-    changed_.notify_all();
+    m_changed.notify_all();
 }
 
 void AudioFlow::expectMore()
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    more_ = false;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_more = false;
 }
 
 bool AudioFlow::waitForMore()
 {
-    std::unique_lock<std::mutex> lock(mutex_);
-    changed_.wait(lock, [this] { return stop_ || more_; });
-    more_ = false;
-    return !stop_;
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_changed.wait(lock, [this] { return m_stop || m_more; });
+    m_more = false;
+    return !m_stop;
 }
 
 bool AudioFlow::waitWhilePaused()
 {
-    std::unique_lock<std::mutex> lock(mutex_);
-    changed_.wait(lock, [this] { return stop_ || !paused_; });
-    return !stop_;
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_changed.wait(lock, [this] { return m_stop || !m_paused; });
+    return !m_stop;
 }
 
 bool AudioFlow::sleepFor(std::chrono::milliseconds duration)
 {
-    std::unique_lock<std::mutex> lock(mutex_);
-    return !changed_.wait_for(lock, duration, [this] { return stop_; });
+    std::unique_lock<std::mutex> lock(m_mutex);
+    return !m_changed.wait_for(lock, duration, [this] { return m_stop; });
 }
 
 } // namespace sxmlib

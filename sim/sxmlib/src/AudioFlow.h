@@ -34,11 +34,11 @@ public:
     bool sleepFor(std::chrono::milliseconds duration);
 
 private:
-    mutable std::mutex mutex_; // guards the three flags below
-    std::condition_variable changed_;
-    bool stop_ = false;
-    bool paused_ = false;
-    bool more_ = false;
+    mutable std::mutex m_mutex; // guards the three flags below
+    std::condition_variable m_changed;
+    bool m_stop = false;
+    bool m_paused = false;
+    bool m_more = false;
 };
 
 } // namespace sxmlib

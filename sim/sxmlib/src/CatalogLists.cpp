@@ -37,17 +37,17 @@ int failureStatus(const ServiceReply& reply)
 }
 
 CatalogLists::CatalogLists(ServiceSession& session, Notifier& notifier, LibraryStatus& status)
-    : session_(session)
-    , notifier_(notifier)
-    , status_(status)
+    : m_session(session)
+    , m_notifier(notifier)
+    , m_status(status)
 {}
 
 int CatalogLists::channelList(std::string& error)
 {
-    const ServiceReply reply = session_.get(kCaller, "/lineup");
+    const ServiceReply reply = m_session.get(kCaller, "/lineup");
     if (failed(reply, error))
         return SXM_RESULT_FAILED;
-    const sxm_callbacks callbacks = notifier_.callbacks();
+    const sxm_callbacks callbacks = m_notifier.callbacks();
     const Json& items = jsonArray(reply.json, "items");
     for (const Json& item : items) {
         if (!callbacks.onChannel)
@@ -57,14 +57,14 @@ int CatalogLists::channelList(std::string& error)
         callbacks.onChannel(callbacks.context, &channel);
     }
     SXMLIB_INFO("line-up: " << items.size() << " records");
-    status_.lineupListed();
+    m_status.lineupListed();
     return SXM_RESULT_OK;
 }
 
 int CatalogLists::shows(const std::string& genreKey, const std::string& channelId,
                         std::string& error)
 {
-    const sxm_callbacks callbacks = notifier_.callbacks();
+    const sxm_callbacks callbacks = m_notifier.callbacks();
     const auto report = [&](sxm_content* show, int status, int index) {
         if (callbacks.onShows)
             callbacks.onShows(callbacks.context, show, status, index);
@@ -76,7 +76,7 @@ int CatalogLists::shows(const std::string& genreKey, const std::string& channelI
     }
     const std::string query =
         genreKey.empty() ? "channelId=" + urlEncode(channelId) : "genre=" + urlEncode(genreKey);
-    const ServiceReply reply = session_.get(kCaller, "/shows?" + query);
+    const ServiceReply reply = m_session.get(kCaller, "/shows?" + query);
     if (failed(reply, error)) {
         const int status = failureStatus(reply);
         report(nullptr, status, 0);
@@ -98,7 +98,7 @@ int CatalogLists::episodes(const std::string& showGuid, std::string& error)
         error = "Episodes need a show.";
         return -400;
     }
-    const ServiceReply reply = session_.get(kCaller, "/episodes?showId=" + urlEncode(showGuid));
+    const ServiceReply reply = m_session.get(kCaller, "/episodes?showId=" + urlEncode(showGuid));
     if (failed(reply, error))
         return failureStatus(reply);
     const Json& items = jsonArray(reply.json, "items");
@@ -106,7 +106,7 @@ int CatalogLists::episodes(const std::string& showGuid, std::string& error)
     sxm_content* episodes = arena.array<sxm_content>(items.size());
     for (std::size_t i = 0; i < items.size(); ++i)
         episodes[i] = toContent(items[i], arena);
-    const sxm_callbacks callbacks = notifier_.callbacks();
+    const sxm_callbacks callbacks = m_notifier.callbacks();
     if (callbacks.onEpisodes)
         callbacks.onEpisodes(callbacks.context, showGuid.c_str(), episodes,
                              static_cast<int>(items.size()));
@@ -115,10 +115,10 @@ int CatalogLists::episodes(const std::string& showGuid, std::string& error)
 
 int CatalogLists::forYou(std::string& error)
 {
-    const ServiceReply reply = session_.get(kCaller, "/foryou");
+    const ServiceReply reply = m_session.get(kCaller, "/foryou");
     if (failed(reply, error))
         return SXM_RESULT_FAILED;
-    const sxm_callbacks callbacks = notifier_.callbacks();
+    const sxm_callbacks callbacks = m_notifier.callbacks();
     if (!callbacks.onForYou)
         return SXM_RESULT_OK;
     const Json& items = jsonArray(reply.json, "items");
@@ -136,10 +136,10 @@ int CatalogLists::forYou(std::string& error)
 
 int CatalogLists::search(const std::string& text, std::string& error)
 {
-    const ServiceReply reply = session_.get(kCaller, "/search?q=" + urlEncode(text));
+    const ServiceReply reply = m_session.get(kCaller, "/search?q=" + urlEncode(text));
     if (failed(reply, error))
         return SXM_RESULT_FAILED;
-    const sxm_callbacks callbacks = notifier_.callbacks();
+    const sxm_callbacks callbacks = m_notifier.callbacks();
     if (!callbacks.onSearch)
         return SXM_RESULT_OK;
     const Json& items = jsonArray(reply.json, "items");
@@ -163,7 +163,7 @@ int CatalogLists::geoRestricted(const std::string& channelId, std::string& error
         error = "Which channel? The channel id is empty.";
         return kCannotTell;
     }
-    const ServiceReply reply = session_.get(kCaller, "/channels/" + urlEncode(channelId) + "/geo");
+    const ServiceReply reply = m_session.get(kCaller, "/channels/" + urlEncode(channelId) + "/geo");
     if (failed(reply, error))
         return kCannotTell;
     return jsonBool(reply.json, "restricted") ? 1 : 0;

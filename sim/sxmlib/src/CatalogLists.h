@@ -25,9 +25,9 @@ public:
     int geoRestricted(const std::string& channelId, std::string& error);
 
 private:
-    ServiceSession& session_;
-    Notifier& notifier_;
-    LibraryStatus& status_;
+    ServiceSession& m_session;
+    Notifier& m_notifier;
+    LibraryStatus& m_status;
 };
 
 /// The (negative) listing status of a failed answer: -1 when the service was not reached or

@@ -36,14 +36,14 @@ int hexValue(char c)
 class AccountRecord
 {
 public:
-    AccountRecord() { std::memset(&record_, 0, sizeof(record_)); }
-    ~AccountRecord() { sxm_freeAccount(&record_); }
+    AccountRecord() { std::memset(&m_record, 0, sizeof(m_record)); }
+    ~AccountRecord() { sxm_freeAccount(&m_record); }
     AccountRecord(const AccountRecord&) = delete;
     AccountRecord& operator=(const AccountRecord&) = delete;
-    sxm_account* get() { return &record_; }
+    sxm_account* get() { return &m_record; }
 
 private:
-    sxm_account record_;
+    sxm_account m_record;
 };
 
 std::string textOf(const char* text)

@@ -6,18 +6,18 @@ namespace sxmlib {
 
 EventPoll::EventPoll(ServiceSession& session, Notifier& notifier, LibraryStatus& status,
                      PlaybackEnded playbackEnded)
-    : session_(session)
-    , notifier_(notifier)
-    , status_(status)
-    , playbackEnded_(std::move(playbackEnded))
+    : m_session(session)
+    , m_notifier(notifier)
+    , m_status(status)
+    , m_playbackEnded(std::move(playbackEnded))
 {}
 
 void EventPoll::tick(std::uint32_t elapsedMs)
 {
-    interval_.setPeriod(session_.config().eventsPollIntervalMs);
-    if (!interval_.advance(elapsedMs) || !status_.signedIn())
+    m_interval.setPeriod(m_session.config().eventsPollIntervalMs);
+    if (!m_interval.advance(elapsedMs) || !m_status.signedIn())
         return;
-    const ServiceReply reply = session_.get(Caller::Event, "/events");
+    const ServiceReply reply = m_session.get(Caller::Event, "/events");
     if (!reply.ok()) {
         SXMLIB_WARN("events not fetched: " << reply.message);
         return;
@@ -32,11 +32,11 @@ void EventPoll::dispatch(const Json& event)
     if (type == "refresh") {
         const int module = static_cast<int>(jsonInt(event, "module"));
         SXMLIB_INFO("refresh of module " << module);
-        const sxm_callbacks callbacks = notifier_.callbacks();
+        const sxm_callbacks callbacks = m_notifier.callbacks();
         if (callbacks.onRefresh)
             callbacks.onRefresh(callbacks.eventContext, module);
     } else if (type == "playbackEnded") {
-        playbackEnded_(jsonText(event, "message"));
+        m_playbackEnded(jsonText(event, "message"));
     } else {
         SXMLIB_DEBUG("event of unknown type '" << type << "' ignored");
     }

@@ -23,16 +23,16 @@ public:
     /// Polls when the service's poll interval has passed on the library clock.
     void tick(std::uint32_t elapsedMs);
     /// A new session: its first poll is a whole interval away.
-    void restart() { interval_.restart(); }
+    void restart() { m_interval.restart(); }
 
 private:
     void dispatch(const Json& event);
 
-    ServiceSession& session_;
-    Notifier& notifier_;
-    LibraryStatus& status_;
-    PlaybackEnded playbackEnded_;
-    Interval interval_{5000};
+    ServiceSession& m_session;
+    Notifier& m_notifier;
+    LibraryStatus& m_status;
+    PlaybackEnded m_playbackEnded;
+    Interval m_interval{5000};
 };
 
 } // namespace sxmlib

@@ -10,19 +10,19 @@ namespace sxmlib {
 
 HookMutex::HookMutex()
 {
-    if (sxm_mtx_init(&mutex_, 0) != 1)
+    if (sxm_mtx_init(&m_mutex, 0) != 1)
         throw std::runtime_error("sxm_mtx_init failed");
 }
 
 HookMutex::~HookMutex()
 {
-    if (sxm_mtx_destroy(&mutex_) != 0)
+    if (sxm_mtx_destroy(&m_mutex) != 0)
         SXMLIB_ERROR("sxm_mtx_destroy failed");
 }
 
 void HookMutex::lock()
 {
-    if (sxm_mtx_lock(&mutex_) != 1)
+    if (sxm_mtx_lock(&m_mutex) != 1)
         throw std::runtime_error("sxm_mtx_lock failed");
 }
 
@@ -30,7 +30,7 @@ void HookMutex::unlock()
 {
     // An unlock that fails leaves nothing to recover; it is logged so that the integrator's
     // mistake shows.
-    if (sxm_mtx_unlock(&mutex_) != 1)
+    if (sxm_mtx_unlock(&m_mutex) != 1)
         SXMLIB_ERROR("sxm_mtx_unlock failed");
 }
 

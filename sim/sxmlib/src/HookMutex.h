@@ -24,7 +24,7 @@ public:
     void unlock();
 
 private:
-    pthread_mutex_t mutex_;
+    pthread_mutex_t m_mutex;
 };
 
 } // namespace sxmlib

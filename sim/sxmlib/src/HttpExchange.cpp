@@ -103,15 +103,15 @@ void readCookieLine(const char* line, std::map<std::string, std::string>& cookie
 class ContextRecord
 {
 public:
-    ContextRecord() { sirius_HT_clearCtxData(&context_); }
-    ~ContextRecord() { sirius_HT_clearCtxData(&context_); }
+    ContextRecord() { sirius_HT_clearCtxData(&m_context); }
+    ~ContextRecord() { sirius_HT_clearCtxData(&m_context); }
     ContextRecord(const ContextRecord&) = delete;
     ContextRecord& operator=(const ContextRecord&) = delete;
-    sirius_HT_ctx* operator->() { return &context_; }
-    sirius_HT_ctx* get() { return &context_; }
+    sirius_HT_ctx* operator->() { return &m_context; }
+    sirius_HT_ctx* get() { return &m_context; }
 
 private:
-    sirius_HT_ctx context_{};
+    sirius_HT_ctx m_context{};
 };
 
 } // namespace
@@ -122,9 +122,9 @@ void HttpHandle::Cleanup::operator()(void* handle) const
 }
 
 HttpHandle::HttpHandle()
-    : handle_(sirius_HT_init())
+    : m_handle(sirius_HT_init())
 {
-    if (!handle_)
+    if (!m_handle)
         throw std::runtime_error("sirius_HT_init gave no handle");
 }
 

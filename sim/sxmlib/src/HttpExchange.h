@@ -23,14 +23,14 @@ class HttpHandle
 public:
     /// Throws std::runtime_error when the integrator cannot make a handle.
     HttpHandle();
-    void* get() const { return handle_.get(); }
+    void* get() const { return m_handle.get(); }
 
 private:
     struct Cleanup
     {
         void operator()(void* handle) const;
     };
-    std::unique_ptr<void, Cleanup> handle_;
+    std::unique_ptr<void, Cleanup> m_handle;
 };
 
 struct HttpRequest

@@ -10,14 +10,14 @@ void LastError::set(const std::string& text)
 {
     if (!text.empty())
         SXMLIB_DEBUG("failure: " << text);
-    std::lock_guard<std::mutex> lock(mutex_);
-    text_ = text;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_text = text;
 }
 
 const char* LastError::text() const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return text_.c_str();
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_text.c_str();
 }
 
 LastError& lastError()

@@ -19,8 +19,8 @@ public:
     const char* text() const;
 
 private:
-    mutable std::mutex mutex_; // guards text_
-    std::string text_;
+    mutable std::mutex m_mutex; // guards m_text
+    std::string m_text;
 };
 
 LastError& lastError();

@@ -6,15 +6,15 @@
 namespace sxmlib {
 
 Library::Library()
-    : session_(status_, notifier_)
-    , catalog_(session_, notifier_, status_)
-    , personal_(session_, notifier_)
-    , programData_(session_, notifier_, status_)
-    , playback_(session_, notifier_, status_)
-    , events_(session_, notifier_, status_,
-              [this](const std::string& message) { playback_.endedByService(message); })
+    : m_session(m_status, m_notifier)
+    , m_catalog(m_session, m_notifier, m_status)
+    , m_personal(m_session, m_notifier)
+    , m_programData(m_session, m_notifier, m_status)
+    , m_playback(m_session, m_notifier, m_status)
+    , m_events(m_session, m_notifier, m_status,
+               [this](const std::string& message) { m_playback.endedByService(message); })
 {
-    status_.initialized();
+    m_status.initialized();
 }
 
 int Library::registerCallbacks(const sxm_callbacks& callbacks, std::string& error)
@@ -23,14 +23,14 @@ int Library::registerCallbacks(const sxm_callbacks& callbacks, std::string& erro
         error = "The error, channel and cuts callbacks are required.";
         return SXM_RESULT_FAILED;
     }
-    notifier_.setCallbacks(callbacks);
-    status_.callbacksRegistered();
+    m_notifier.setCallbacks(callbacks);
+    m_status.callbacksRegistered();
     return SXM_RESULT_OK;
 }
 
 bool Library::callbacksRegistered(std::string& error) const
 {
-    if (status_.status() >= Status::SignedOut)
+    if (m_status.status() >= Status::SignedOut)
         return true;
     error = "Register the callbacks (sxm_registerCallbacks) before signing in.";
     return false;
@@ -38,35 +38,35 @@ bool Library::callbacksRegistered(std::string& error) const
 
 void Library::tick(std::uint32_t elapsedMs)
 {
-    programData_.tick(elapsedMs);
-    events_.tick(elapsedMs);
+    m_programData.tick(elapsedMs);
+    m_events.tick(elapsedMs);
 }
 
 int Library::signIn(const std::string& user, const std::string& password, bool store,
                     std::string& error)
 {
     AccountDetails account;
-    const ServiceReply reply = session_.signIn(Caller::Operation, user, password, account);
+    const ServiceReply reply = m_session.signIn(Caller::Operation, user, password, account);
     switch (reply.outcome) {
     case ServiceReply::Outcome::Ok:
         break;
     case ServiceReply::Outcome::Refused:
-        status_.signInRefused();
+        m_status.signInRefused();
         error = reply.message;
         return SXM_RESULT_FAILED;
     default:
-        status_.signInFailed();
+        m_status.signInFailed();
         error = reply.message;
         return SXM_RESULT_FAILED;
     }
     if (store)
         storeAccount(account);
-    status_.signedInNow();
-    events_.restart();
+    m_status.signedInNow();
+    m_events.restart();
     // The account's settings ("TuneStart") follow every sign-in; without them the sign-in still
     // stands.
     std::string settingsError;
-    if (personal_.reportGlobalSettings(settingsError) != SXM_RESULT_OK)
+    if (m_personal.reportGlobalSettings(settingsError) != SXM_RESULT_OK)
         SXMLIB_WARN("global settings not reported: " << settingsError);
     return SXM_RESULT_OK;
 }
@@ -88,7 +88,7 @@ int Library::configure(std::string& error)
         return SXM_RESULT_FAILED;
     const StoredAccount account = readStoredAccount();
     if (account.username.empty() || account.password.empty()) {
-        status_.signInFailed();
+        m_status.signInFailed();
         error = "No SiriusXM account is stored. Please sign in.";
         return SXM_RESULT_FAILED;
     }
@@ -99,7 +99,7 @@ int Library::bypassStatus(std::string& error)
 {
     if (!callbacksRegistered(error))
         return SXM_RESULT_FAILED;
-    notifier_.reportBypass(Caller::Operation);
+    m_notifier.reportBypass(Caller::Operation);
     return SXM_RESULT_OK;
 }
 

@@ -26,7 +26,7 @@ class Library
 public:
     Library();
 
-    LibraryStatus& status() { return status_; }
+    LibraryStatus& status() { return m_status; }
     int registerCallbacks(const sxm_callbacks& callbacks, std::string& error);
     void tick(std::uint32_t elapsedMs);
 
@@ -34,24 +34,24 @@ public:
     int configure(std::string& error);
     int bypassStatus(std::string& error);
 
-    CatalogLists& catalog() { return catalog_; }
-    PersonalLists& personal() { return personal_; }
-    ProgramData& programData() { return programData_; }
-    Playback& playback() { return playback_; }
+    CatalogLists& catalog() { return m_catalog; }
+    PersonalLists& personal() { return m_personal; }
+    ProgramData& programData() { return m_programData; }
+    Playback& playback() { return m_playback; }
 
 private:
     int signIn(const std::string& user, const std::string& password, bool storeAccount,
                std::string& error);
     bool callbacksRegistered(std::string& error) const;
 
-    LibraryStatus status_;
-    Notifier notifier_;
-    ServiceSession session_;
-    CatalogLists catalog_;
-    PersonalLists personal_;
-    ProgramData programData_;
-    Playback playback_;
-    EventPoll events_;
+    LibraryStatus m_status;
+    Notifier m_notifier;
+    ServiceSession m_session;
+    CatalogLists m_catalog;
+    PersonalLists m_personal;
+    ProgramData m_programData;
+    Playback m_playback;
+    EventPoll m_events;
 };
 
 } // namespace sxmlib

@@ -12,27 +12,27 @@ class Interval
 {
 public:
     explicit Interval(std::int64_t periodMs)
-        : periodMs_(periodMs)
+        : m_periodMs(periodMs)
     {}
 
-    void setPeriod(std::int64_t periodMs) { periodMs_ = periodMs > 0 ? periodMs : 1; }
+    void setPeriod(std::int64_t periodMs) { m_periodMs = periodMs > 0 ? periodMs : 1; }
     /// A whole period from now.
-    void restart() { elapsedMs_ = 0; }
+    void restart() { m_elapsedMs = 0; }
     /// The next advance() is due whatever time it brings.
-    void dueNow() { elapsedMs_ = periodMs_; }
+    void dueNow() { m_elapsedMs = m_periodMs; }
     /// Adds `ms`; true when a period has passed (one firing however many periods passed).
     bool advance(std::int64_t ms)
     {
-        elapsedMs_ += ms;
-        if (elapsedMs_ < periodMs_)
+        m_elapsedMs += ms;
+        if (m_elapsedMs < m_periodMs)
             return false;
-        elapsedMs_ = 0;
+        m_elapsedMs = 0;
         return true;
     }
 
 private:
-    std::int64_t periodMs_;
-    std::int64_t elapsedMs_ = 0;
+    std::int64_t m_periodMs;
+    std::int64_t m_elapsedMs = 0;
 };
 
 } // namespace sxmlib

@@ -45,9 +45,9 @@ public:
 private:
     void moveTo(Status next);
 
-    mutable HookMutex mutex_; // guards status_ and lostReason_
-    Status status_ = Status::Uninitialized;
-    std::string lostReason_;
+    mutable HookMutex m_mutex; // guards m_status and m_lostReason
+    Status m_status = Status::Uninitialized;
+    std::string m_lostReason;
 };
 
 } // namespace sxmlib

@@ -8,14 +8,14 @@ namespace sxmlib {
 
 void Notifier::setCallbacks(const sxm_callbacks& callbacks)
 {
-    std::lock_guard<HookMutex> lock(mutex_);
-    callbacks_ = callbacks;
+    std::lock_guard<HookMutex> lock(m_mutex);
+    m_callbacks = callbacks;
 }
 
 sxm_callbacks Notifier::callbacks() const
 {
-    std::lock_guard<HookMutex> lock(mutex_);
-    return callbacks_;
+    std::lock_guard<HookMutex> lock(m_mutex);
+    return m_callbacks;
 }
 
 void* Notifier::contextOf(const sxm_callbacks& callbacks, Caller caller)
@@ -33,10 +33,10 @@ void Notifier::error(Caller caller, const ErrorReport& report)
 void Notifier::bypassSeen(Caller caller, const BypassFlags& flags)
 {
     {
-        std::lock_guard<HookMutex> lock(mutex_);
-        if (flags == bypass_)
+        std::lock_guard<HookMutex> lock(m_mutex);
+        if (flags == m_bypass)
             return;
-        bypass_ = flags;
+        m_bypass = flags;
     }
     SXMLIB_WARN("bypass status changed");
     send(caller, ErrorReport{}, flags);
@@ -49,8 +49,8 @@ void Notifier::reportBypass(Caller caller)
 
 BypassFlags Notifier::bypass() const
 {
-    std::lock_guard<HookMutex> lock(mutex_);
-    return bypass_;
+    std::lock_guard<HookMutex> lock(m_mutex);
+    return m_bypass;
 }
 
 void Notifier::send(Caller caller, const ErrorReport& report, const BypassFlags& flags)

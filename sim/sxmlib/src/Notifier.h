@@ -58,9 +58,9 @@ public:
 private:
     void send(Caller caller, const ErrorReport& report, const BypassFlags& flags);
 
-    mutable HookMutex mutex_; // guards callbacks_ and bypass_
-    sxm_callbacks callbacks_{};
-    BypassFlags bypass_;
+    mutable HookMutex m_mutex; // guards m_callbacks and m_bypass
+    sxm_callbacks m_callbacks{};
+    BypassFlags m_bypass;
 };
 
 } // namespace sxmlib

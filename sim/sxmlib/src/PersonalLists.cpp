@@ -18,8 +18,8 @@ std::string textOrEmpty(const char* text)
 } // namespace
 
 PersonalLists::PersonalLists(ServiceSession& session, Notifier& notifier)
-    : session_(session)
-    , notifier_(notifier)
+    : m_session(session)
+    , m_notifier(notifier)
 {}
 
 void PersonalLists::deliverItems(const Json& reply, int (*callback)(void*, sxm_content*, int),
@@ -42,31 +42,31 @@ void PersonalLists::deliverItems(const Json& reply, int (*callback)(void*, sxm_c
 
 int PersonalLists::favorites(std::string& error)
 {
-    const ServiceReply reply = session_.get(kCaller, "/favorites");
+    const ServiceReply reply = m_session.get(kCaller, "/favorites");
     if (!reply.ok()) {
         error = reply.message;
         return SXM_RESULT_FAILED;
     }
-    const sxm_callbacks callbacks = notifier_.callbacks();
+    const sxm_callbacks callbacks = m_notifier.callbacks();
     deliverItems(reply.json, callbacks.onFavorites, callbacks.context);
     return SXM_RESULT_OK;
 }
 
 int PersonalLists::recents(std::string& error)
 {
-    const ServiceReply reply = session_.get(kCaller, "/recents");
+    const ServiceReply reply = m_session.get(kCaller, "/recents");
     if (!reply.ok()) {
         error = reply.message;
         return SXM_RESULT_FAILED;
     }
-    const sxm_callbacks callbacks = notifier_.callbacks();
+    const sxm_callbacks callbacks = m_notifier.callbacks();
     deliverItems(reply.json, callbacks.onRecents, callbacks.context);
     return SXM_RESULT_OK;
 }
 
 int PersonalLists::clearRecents(std::string& error)
 {
-    const ServiceReply reply = session_.post(kCaller, "/recents/clear", Json::object());
+    const ServiceReply reply = m_session.post(kCaller, "/recents/clear", Json::object());
     if (!reply.ok()) {
         error = reply.message;
         return SXM_RESULT_FAILED;
@@ -90,7 +90,7 @@ int PersonalLists::updateFavorites(const sxm_favoriteList* list, std::string& er
         error = "There are no favorite changes to send.";
         return SXM_RESULT_FAILED;
     }
-    const ServiceReply reply = session_.post(kCaller, "/favorites", {{"favorites", favorites}});
+    const ServiceReply reply = m_session.post(kCaller, "/favorites", {{"favorites", favorites}});
     if (!reply.ok()) {
         error = reply.message;
         return SXM_RESULT_FAILED;
@@ -100,7 +100,7 @@ int PersonalLists::updateFavorites(const sxm_favoriteList* list, std::string& er
 
 void PersonalLists::deliverSettings(const Json& reply)
 {
-    const sxm_callbacks callbacks = notifier_.callbacks();
+    const sxm_callbacks callbacks = m_notifier.callbacks();
     if (!callbacks.onGlobalSettings)
         return;
     const Json& list = jsonArray(reply, "settings");
@@ -115,7 +115,7 @@ void PersonalLists::deliverSettings(const Json& reply)
 
 int PersonalLists::reportGlobalSettings(std::string& error)
 {
-    const ServiceReply reply = session_.get(kCaller, "/settings");
+    const ServiceReply reply = m_session.get(kCaller, "/settings");
     if (!reply.ok()) {
         error = reply.message;
         return SXM_RESULT_FAILED;
@@ -139,7 +139,7 @@ int PersonalLists::updateGlobalSettings(const sxm_globalSetting* settings, int c
         }
         list.push_back({{"name", settings[i].name}, {"value", textOrEmpty(settings[i].value)}});
     }
-    const ServiceReply reply = session_.post(kCaller, "/settings", {{"settings", list}});
+    const ServiceReply reply = m_session.post(kCaller, "/settings", {{"settings", list}});
     if (!reply.ok()) {
         error = reply.message;
         return SXM_RESULT_FAILED;

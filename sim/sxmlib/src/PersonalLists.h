@@ -29,8 +29,8 @@ private:
     void deliverItems(const Json& reply, int (*callback)(void*, sxm_content*, int), void* context);
     void deliverSettings(const Json& reply);
 
-    ServiceSession& session_;
-    Notifier& notifier_;
+    ServiceSession& m_session;
+    Notifier& m_notifier;
 };
 
 } // namespace sxmlib

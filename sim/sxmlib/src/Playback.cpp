@@ -28,9 +28,9 @@ void writeSegmentText(const std::string& text, char* buffer, int size)
 } // namespace
 
 Playback::Playback(ServiceSession& session, Notifier& notifier, LibraryStatus& status)
-    : session_(session)
-    , notifier_(notifier)
-    , status_(status)
+    : m_session(session)
+    , m_notifier(notifier)
+    , m_status(status)
 {}
 
 Playback::~Playback()
@@ -40,16 +40,16 @@ Playback::~Playback()
 
 std::shared_ptr<Stream> Playback::current() const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return stream_;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_stream;
 }
 
 std::shared_ptr<Stream> Playback::stopStream()
 {
     std::shared_ptr<Stream> stream;
     {
-        std::lock_guard<std::mutex> lock(mutex_);
-        stream.swap(stream_);
+        std::lock_guard<std::mutex> lock(m_mutex);
+        stream.swap(m_stream);
     }
     // Joined outside the lock: sxm_sendAudioData from the integrator must not wait for it.
     if (stream)
@@ -61,7 +61,7 @@ int Playback::selectStreamIndex(int index)
 {
     if (index < SXM_STREAM_32_KBPS || index > SXM_STREAM_256_KBPS)
         return SXM_RESULT_FAILED;
-    streamIndex_.store(index);
+    m_streamIndex.store(index);
     return SXM_RESULT_OK;
 }
 
@@ -90,8 +90,8 @@ int Playback::play(const sxm_playRequest* request, std::string& error)
 
 int Playback::start(const Request& request, std::string& error)
 {
-    if (!status_.signedIn()) {
-        error = status_.notSignedInText();
+    if (!m_status.signedIn()) {
+        error = m_status.notSignedInText();
         return SXM_RESULT_FAILED;
     }
     // A stream already playing stops first: one stream decrypts at a time.
@@ -107,7 +107,7 @@ int Playback::start(const Request& request, std::string& error)
                        {"accessControlId", request.accessControlId},
                        {"timestamp", request.playLive ? std::string() : request.timestamp},
                        {"playLive", request.playLive}};
-    const ServiceReply reply = session_.post(kCaller, "/playback/tune", body);
+    const ServiceReply reply = m_session.post(kCaller, "/playback/tune", body);
     if (!reply.ok()) {
         error = reply.message;
         return SXM_RESULT_FAILED;
@@ -122,22 +122,22 @@ int Playback::start(const Request& request, std::string& error)
         error = "The stream's key could not be unwrapped.";
         return SXM_RESULT_FAILED;
     }
-    const ServiceConfig config = session_.config();
+    const ServiceConfig config = m_session.config();
     StreamSetup setup;
     setup.tune = *tune;
     setup.key = *key;
-    setup.bitrateIndex = streamIndex_.load();
+    setup.bitrateIndex = m_streamIndex.load();
     setup.bitrateBps = config.bitrates.at(static_cast<std::size_t>(setup.bitrateIndex));
     setup.mode = request.mode;
     setup.irNavClass = config.skipsPerHour > 0 ? SXM_IRNAV_RESTRICTED : SXM_IRNAV_DISALLOWED;
-    setup.outputLatencyMs = outputLatencyMs_.load();
+    setup.outputLatencyMs = m_outputLatencyMs.load();
     setup.requestContext = request.context;
     setup.playbackData = request.playbackData;
     setup.metadataState = request.metadataState;
-    auto stream = std::make_shared<Stream>(session_, notifier_, std::move(setup));
-    std::lock_guard<std::mutex> lock(mutex_);
-    stream_ = std::move(stream);
-    request_ = request;
+    auto stream = std::make_shared<Stream>(m_session, m_notifier, std::move(setup));
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_stream = std::move(stream);
+    m_request = request;
     return SXM_RESULT_OK;
 }
 
@@ -147,7 +147,7 @@ int Playback::stop(std::string& error)
         error = kNothingPlaying;
         return SXM_RESULT_FAILED;
     }
-    const ServiceReply reply = session_.post(kCaller, "/playback/stop", Json::object());
+    const ServiceReply reply = m_session.post(kCaller, "/playback/stop", Json::object());
     if (!reply.ok())
         SXMLIB_WARN("the service was not told of the stop: " << reply.message);
     return SXM_RESULT_OK;
@@ -158,7 +158,7 @@ bool Playback::pausePointLost(const Stream& stream)
     if (stream.tune().finite())
         return false;
     // The service's rewind window moves on with its own clock: ask where it starts now.
-    const ServiceReply reply = session_.get(kCaller, stream.tune().streamPath());
+    const ServiceReply reply = m_session.get(kCaller, stream.tune().streamPath());
     if (!reply.ok()) {
         SXMLIB_WARN("rewind window not checked: " << reply.message);
         return false;
@@ -191,7 +191,7 @@ int Playback::outputLatency(int ms, std::string& error)
         error = "A latency cannot be negative.";
         return SXM_RESULT_ERROR;
     }
-    outputLatencyMs_.store(ms);
+    m_outputLatencyMs.store(ms);
     const std::shared_ptr<Stream> stream = current();
     if (!stream) {
         error = kNothingPlaying;
@@ -221,7 +221,7 @@ int Playback::segmentTime(bool next, char* buffer, int size, std::string& error)
     }
     const Json body = {{"direction", next ? "next" : "previous"},
                        {"position", stream->listenerPositionMs()}};
-    const ServiceReply reply = session_.post(kCaller, "/playback/segment-time", body);
+    const ServiceReply reply = m_session.post(kCaller, "/playback/segment-time", body);
     if (!reply.ok()) {
         error = reply.message;
         return SXM_RESULT_ERROR;
@@ -238,22 +238,22 @@ void Playback::goLive(std::string& error)
 {
     Request request;
     {
-        std::lock_guard<std::mutex> lock(mutex_);
-        if (!stream_ || stream_->tune().kind != StreamKind::Live) {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (!m_stream || m_stream->tune().kind != StreamKind::Live) {
             error = "Going live needs a live channel playing.";
             SXMLIB_WARN(error);
             return;
         }
-        request = request_;
+        request = m_request;
     }
     stopStream();
-    const sxm_callbacks callbacks = notifier_.callbacks();
+    const sxm_callbacks callbacks = m_notifier.callbacks();
     if (callbacks.onFlush)
         callbacks.onFlush(callbacks.context);
     request.playLive = true;
     request.timestamp.clear();
     if (start(request, error) != SXM_RESULT_OK)
-        notifier_.error(kCaller, {errorCode::kServiceRefused, 0, true, error});
+        m_notifier.error(kCaller, {errorCode::kServiceRefused, 0, true, error});
 }
 
 void Playback::playTimeChanged(int playTime)
@@ -280,7 +280,7 @@ void Playback::endedByService(const std::string& message)
     if (!stream || !stream->claimEndReport())
         return;
     SXMLIB_INFO("the service ended the playback: " << message);
-    notifier_.error(Caller::Event, {SXM_ERROR_PLAYBACK_ENDED, 0, true, message});
+    m_notifier.error(Caller::Event, {SXM_ERROR_PLAYBACK_ENDED, 0, true, message});
 }
 
 } // namespace sxmlib

@@ -59,14 +59,14 @@ private:
     std::shared_ptr<Stream> stopStream();
     bool pausePointLost(const Stream& stream);
 
-    ServiceSession& session_;
-    Notifier& notifier_;
-    LibraryStatus& status_;
-    std::atomic<int> streamIndex_{SXM_STREAM_256_KBPS};
-    std::atomic<int> outputLatencyMs_{0};
-    mutable std::mutex mutex_; // guards stream_ and request_
-    std::shared_ptr<Stream> stream_;
-    Request request_;
+    ServiceSession& m_session;
+    Notifier& m_notifier;
+    LibraryStatus& m_status;
+    std::atomic<int> m_streamIndex{SXM_STREAM_256_KBPS};
+    std::atomic<int> m_outputLatencyMs{0};
+    mutable std::mutex m_mutex; // guards m_stream and m_request
+    std::shared_ptr<Stream> m_stream;
+    Request m_request;
 };
 
 } // namespace sxmlib

@@ -32,22 +32,22 @@ std::vector<std::string> channelQueries(const sxm_channelIdList* channelIds)
 } // namespace
 
 ProgramData::ProgramData(ServiceSession& session, Notifier& notifier, LibraryStatus& status)
-    : session_(session)
-    , notifier_(notifier)
-    , status_(status)
+    : m_session(session)
+    , m_notifier(notifier)
+    , m_status(status)
 {}
 
 int ProgramData::choose(Selection selection, std::vector<std::string> queries, std::string& error)
 {
-    if (!status_.signedIn()) {
-        error = status_.notSignedInText();
+    if (!m_status.signedIn()) {
+        error = m_status.notSignedInText();
         return SXM_RESULT_FAILED;
     }
-    std::lock_guard<std::mutex> lock(mutex_);
-    selection_ = queries.empty() ? Selection::None : selection;
-    queries_ = std::move(queries);
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_selection = queries.empty() ? Selection::None : selection;
+    m_queries = std::move(queries);
     // A new choice is fetched at the next tick rather than after a whole period.
-    interval_.dueNow();
+    m_interval.dueNow();
     return SXM_RESULT_OK;
 }
 
@@ -73,9 +73,9 @@ int ProgramData::forAll(std::string& error)
 
 int ProgramData::stop()
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    selection_ = Selection::None;
-    queries_.clear();
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_selection = Selection::None;
+    m_queries.clear();
     return SXM_RESULT_OK;
 }
 
@@ -83,7 +83,7 @@ bool ProgramData::fetch(const std::vector<std::string>& queries, Json& cuts)
 {
     cuts = Json::array();
     for (const std::string& query : queries) {
-        const ServiceReply reply = session_.get(Caller::Event, "/pdt/cuts?" + query);
+        const ServiceReply reply = m_session.get(Caller::Event, "/pdt/cuts?" + query);
         if (!reply.ok()) {
             SXMLIB_WARN("program data not fetched: " << reply.message);
             return false;
@@ -98,18 +98,18 @@ void ProgramData::tick(std::uint32_t elapsedMs)
 {
     std::vector<std::string> queries;
     {
-        std::lock_guard<std::mutex> lock(mutex_);
-        const bool due = interval_.advance(elapsedMs);
-        if (!due || selection_ == Selection::None)
+        std::lock_guard<std::mutex> lock(m_mutex);
+        const bool due = m_interval.advance(elapsedMs);
+        if (!due || m_selection == Selection::None)
             return;
-        queries = queries_;
+        queries = m_queries;
     }
-    if (!status_.signedIn())
+    if (!m_status.signedIn())
         return;
     Json cuts;
     if (!fetch(queries, cuts))
         return;
-    const sxm_callbacks callbacks = notifier_.callbacks();
+    const sxm_callbacks callbacks = m_notifier.callbacks();
     if (!callbacks.onPdtCuts)
         return;
     RecordArena arena;

@@ -44,14 +44,14 @@ private:
     int choose(Selection selection, std::vector<std::string> queries, std::string& error);
     bool fetch(const std::vector<std::string>& queries, Json& cuts);
 
-    ServiceSession& session_;
-    Notifier& notifier_;
-    LibraryStatus& status_;
-    std::mutex mutex_; // guards selection_, queries_ and interval_
-    Selection selection_ = Selection::None;
+    ServiceSession& m_session;
+    Notifier& m_notifier;
+    LibraryStatus& m_status;
+    std::mutex m_mutex; // guards m_selection, m_queries and m_interval
+    Selection m_selection = Selection::None;
     /// One or more query strings whose answers together hold the chosen channels' cuts.
-    std::vector<std::string> queries_;
-    Interval interval_{kPollIntervalMs};
+    std::vector<std::string> m_queries;
+    Interval m_interval{kPollIntervalMs};
 };
 
 } // namespace sxmlib

@@ -10,7 +10,7 @@ namespace sxmlib {
 
 RecordArena::~RecordArena()
 {
-    for (void* block : blocks_)
+    for (void* block : m_blocks)
         sxm_free(block);
 }
 
@@ -28,12 +28,12 @@ void* RecordArena::zeroed(std::size_t count, std::size_t size)
     if (size != 0 && count > UINT_MAX / size)
         throw std::bad_alloc();
     const unsigned bytes = static_cast<unsigned>(count * size);
-    blocks_.reserve(blocks_.size() + 1);
+    m_blocks.reserve(m_blocks.size() + 1);
     void* block = sxm_malloc(bytes);
     if (!block)
         throw std::bad_alloc();
     std::memset(block, 0, bytes);
-    blocks_.push_back(block);
+    m_blocks.push_back(block);
     return block;
 }
 

@@ -36,7 +36,7 @@ public:
 private:
     void* zeroed(std::size_t count, std::size_t size);
 
-    std::vector<void*> blocks_;
+    std::vector<void*> m_blocks;
 };
 
 } // namespace sxmlib

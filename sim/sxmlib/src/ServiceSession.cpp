@@ -53,14 +53,14 @@ bool ServiceReply::sessionGone() const
 }
 
 ServiceSession::ServiceSession(LibraryStatus& status, Notifier& notifier)
-    : status_(status)
-    , notifier_(notifier)
+    : m_status(status)
+    , m_notifier(notifier)
 {}
 
 ServiceConfig ServiceSession::config() const
 {
-    std::lock_guard<HookMutex> lock(configMutex_);
-    return config_;
+    std::lock_guard<HookMutex> lock(m_configMutex);
+    return m_config;
 }
 
 std::string ServiceSession::apiUrl(const std::string& path) const
@@ -73,8 +73,8 @@ HttpResponse ServiceSession::performLocked(const HttpRequest& request)
     // The wait for the handle counts too: a slow download on the stream thread shows up in the
     // times of the library thread's requests, which is what the log should tell.
     const std::int64_t startMs = sxm_platform_ms_since_epoch();
-    std::lock_guard<HookMutex> lock(exchangeMutex_);
-    HttpResponse response = perform(handle_, request);
+    std::lock_guard<HookMutex> lock(m_exchangeMutex);
+    HttpResponse response = perform(m_handle, request);
     SXMLIB_DEBUG((request.post ? "POST " : "GET ")
                  << request.url << ": " << response.status << " in "
                  << sxm_platform_ms_since_epoch() - startMs << " ms");
@@ -94,7 +94,7 @@ ServiceReply ServiceSession::interpret(Caller caller, const HttpResponse& respon
     reply.json = Json::parse(response.body, nullptr, false);
     const bool isObject = !reply.json.is_discarded() && reply.json.is_object();
     if (isObject && reply.json.contains("bypass"))
-        notifier_.bypassSeen(caller, BypassFlags::fromJson(jsonObject(reply.json, "bypass")));
+        m_notifier.bypassSeen(caller, BypassFlags::fromJson(jsonObject(reply.json, "bypass")));
     if (response.status >= 400 || response.failed) {
         reply.outcome = ServiceReply::Outcome::Refused;
         const Json& error = isObject ? jsonObject(reply.json, "error") : Json::object();
@@ -104,7 +104,7 @@ ServiceReply ServiceSession::interpret(Caller caller, const HttpResponse& respon
             reply.message =
                 "The SiriusXM service answered HTTP " + std::to_string(response.status) + ".";
         if (needsSession && reply.sessionGone())
-            status_.sessionLost(reply.message);
+            m_status.sessionLost(reply.message);
         return reply;
     }
     if (!isObject) {
@@ -118,10 +118,10 @@ ServiceReply ServiceSession::interpret(Caller caller, const HttpResponse& respon
 
 ServiceReply ServiceSession::exchange(Caller caller, HttpRequest request, bool needsSession)
 {
-    if (needsSession && !status_.signedIn()) {
+    if (needsSession && !m_status.signedIn()) {
         ServiceReply reply;
         reply.outcome = ServiceReply::Outcome::NoSession;
-        reply.message = status_.notSignedInText();
+        reply.message = m_status.notSignedInText();
         return reply;
     }
     return interpret(caller, performLocked(request), needsSession);
@@ -155,10 +155,10 @@ HttpResponse ServiceSession::download(Caller caller, const std::string& serverPa
                                       HttpRequest request, ServiceReply& error)
 {
     request.url = origin() + serverPath;
-    if (!status_.signedIn()) {
+    if (!m_status.signedIn()) {
         error = ServiceReply{};
         error.outcome = ServiceReply::Outcome::NoSession;
-        error.message = status_.notSignedInText();
+        error.message = m_status.notSignedInText();
         HttpResponse none;
         none.failed = true;
         none.failure = error.message;
@@ -197,8 +197,8 @@ ServiceReply ServiceSession::signIn(Caller caller, const std::string& user,
         return reply;
     }
     {
-        std::lock_guard<HookMutex> lock(configMutex_);
-        config_ = config;
+        std::lock_guard<HookMutex> lock(m_configMutex);
+        m_config = config;
     }
 
     const DeviceIdentity device = readDeviceIdentity();

@@ -84,12 +84,13 @@ private:
     /// "http://host:port" of the API base.
     std::string origin() const;
 
-    LibraryStatus& status_;
-    Notifier& notifier_;
-    HttpHandle handle_;
-    HookMutex exchangeMutex_; // serialises exchanges on handle_ (one request per handle at a time)
-    mutable HookMutex configMutex_; // guards config_
-    ServiceConfig config_;
+    LibraryStatus& m_status;
+    Notifier& m_notifier;
+    HttpHandle m_handle;
+    HookMutex
+        m_exchangeMutex; // serialises exchanges on m_handle (one request per handle at a time)
+    mutable HookMutex m_configMutex; // guards m_config
+    ServiceConfig m_config;
 };
 
 } // namespace sxmlib

@@ -32,12 +32,12 @@ std::int32_t parseIv(const std::string& text, bool& ok)
 } // namespace
 
 Stream::Stream(ServiceSession& session, Notifier& notifier, StreamSetup setup)
-    : session_(session)
-    , notifier_(notifier)
-    , setup_(std::move(setup))
-    , deliveredMs_(setup_.tune.startPosition)
-    , outputLatencyMs_(setup_.outputLatencyMs)
-    , thread_([this] { run(); })
+    : m_session(session)
+    , m_notifier(notifier)
+    , m_setup(std::move(setup))
+    , m_deliveredMs(m_setup.tune.startPosition)
+    , m_outputLatencyMs(m_setup.outputLatencyMs)
+    , m_thread([this] { run(); })
 {}
 
 Stream::~Stream()
@@ -47,16 +47,16 @@ Stream::~Stream()
 
 void Stream::stop()
 {
-    flow_.requestStop();
-    if (thread_.joinable())
-        thread_.join();
+    m_flow.requestStop();
+    if (m_thread.joinable())
+        m_thread.join();
 }
 
 std::int64_t Stream::listenerPositionMs() const
 {
-    const std::int64_t reported = reportedDelayMs_.load();
-    const std::int64_t delay = reported >= 0 ? reported : outputLatencyMs_.load();
-    return std::max(setup_.tune.startPosition, deliveredMs_.load() - delay);
+    const std::int64_t reported = m_reportedDelayMs.load();
+    const std::int64_t delay = reported >= 0 ? reported : m_outputLatencyMs.load();
+    return std::max(m_setup.tune.startPosition, m_deliveredMs.load() - delay);
 }
 
 void Stream::run()
@@ -67,28 +67,28 @@ void Stream::run()
     } catch (const std::exception& error) {
         // Nothing may escape a thread; the integrator learns that the stream is gone.
         SXMLIB_ERROR("stream thread failed: " << error.what());
-        notifier_.error(kCaller, {errorCode::kConnection, 0, true,
-                                  "Playback failed: " + std::string(error.what())});
+        m_notifier.error(kCaller, {errorCode::kConnection, 0, true,
+                                   "Playback failed: " + std::string(error.what())});
     }
     SXMLIB_DEBUG("stream thread ends");
 }
 
 void Stream::play()
 {
-    const TuneInfo& tune = setup_.tune;
+    const TuneInfo& tune = m_setup.tune;
     SXMLIB_INFO("stream " << tune.kindText << "/" << tune.id << " from segment "
                           << tune.startSegment << " (+" << tune.startOffsetMs << " ms)");
     reportBusy(true);
-    const sxm_callbacks callbacks = notifier_.callbacks();
+    const sxm_callbacks callbacks = m_notifier.callbacks();
     if (callbacks.onChannelBitrateChanged)
-        callbacks.onChannelBitrateChanged(callbacks.eventContext, setup_.bitrateBps);
+        callbacks.onChannelBitrateChanged(callbacks.eventContext, m_setup.bitrateBps);
     reportMetadataState(1, tune.startPosition);
     reportTrackAt(tune.startPosition);
 
     std::int64_t segment = tune.startSegment;
     std::int64_t offsetMs = tune.startOffsetMs;
     int failures = 0;
-    while (flow_.waitWhilePaused()) {
+    while (m_flow.waitWhilePaused()) {
         if (tune.finite() && segment > tune.lastSegment) {
             waitForListenerToReachEnd();
             reportEnd(tune.kind == StreamKind::Episode ? kEpisodeEnded : kXtraEnded);
@@ -103,7 +103,7 @@ void Stream::play()
         case Fetch::Stopped:
             return;
         case Fetch::NotYetLive:
-            if (!flow_.sleepFor(kLiveWait))
+            if (!m_flow.sleepFor(kLiveWait))
                 return;
             continue;
         case Fetch::PastEnd:
@@ -134,7 +134,7 @@ void Stream::play()
             SXMLIB_WARN("segment " << segment << " failed (" << error.message << "), retry "
                                    << failures);
             reportBusy(true);
-            if (!flow_.sleepFor(kLiveWait * failures))
+            if (!m_flow.sleepFor(kLiveWait * failures))
                 return;
             continue;
         }
@@ -158,7 +158,7 @@ Stream::Fetch Stream::fetchSegment(std::int64_t segment, std::string& plaintext,
     HttpRequest request;
     request.timeoutSeconds = 30;
     request.abortRequested = [this] {
-        return flow_.stopping();
+        return m_flow.stopping();
     };
     request.onBody = [&](std::string_view chunk, const HttpResponse& soFar) {
         if (!decryptor) {
@@ -169,7 +169,7 @@ Stream::Fetch Stream::fetchSegment(std::int64_t segment, std::string& plaintext,
                 decryptionFailed = true;
                 return false;
             }
-            decryptor.emplace(setup_.key, iv);
+            decryptor.emplace(m_setup.key, iv);
         }
         if (!decryptor->feed(chunk, plaintext)) {
             decryptionFailed = true;
@@ -177,13 +177,13 @@ Stream::Fetch Stream::fetchSegment(std::int64_t segment, std::string& plaintext,
         }
         return true;
     };
-    const HttpResponse response = session_.download(
-        kCaller, setup_.tune.segmentUrlPath(setup_.bitrateIndex, segment), request, error);
+    const HttpResponse response = m_session.download(
+        kCaller, m_setup.tune.segmentUrlPath(m_setup.bitrateIndex, segment), request, error);
     if (decryptor && decryptor->pending() != 0)
         SXMLIB_WARN("segment " << segment << " ends inside a cipher block; " << decryptor->pending()
                                << " bytes dropped");
     decryptor.reset();
-    if (flow_.stopping())
+    if (m_flow.stopping())
         return Fetch::Stopped;
     if (decryptionFailed)
         return Fetch::Decryption;
@@ -202,7 +202,7 @@ Stream::Fetch Stream::fetchSegment(std::int64_t segment, std::string& plaintext,
         return Fetch::SessionGone;
     switch (error.status) {
     case 404:
-        return setup_.tune.finite() ? Fetch::PastEnd : Fetch::NotYetLive;
+        return m_setup.tune.finite() ? Fetch::PastEnd : Fetch::NotYetLive;
     case 409:
         return Fetch::Ended;
     case 410:
@@ -219,54 +219,54 @@ bool Stream::deliver(std::string& audio, std::int64_t startMs, std::int64_t endM
     const std::size_t size = audio.size();
     std::size_t offset = 0;
     while (offset < size) {
-        if (!flow_.waitWhilePaused())
+        if (!m_flow.waitWhilePaused())
             return false;
         const std::size_t block = std::min(kBlockBytes, size - offset);
-        flow_.expectMore();
+        m_flow.expectMore();
         unsigned delay = kNoDelay;
-        const int result = setup_.playbackData(
-            setup_.requestContext, reinterpret_cast<unsigned char*>(&audio[offset]),
-            static_cast<int>(block), static_cast<unsigned>(setup_.bitrateBps), &delay);
+        const int result = m_setup.playbackData(
+            m_setup.requestContext, reinterpret_cast<unsigned char*>(&audio[offset]),
+            static_cast<int>(block), static_cast<unsigned>(m_setup.bitrateBps), &delay);
         const std::size_t taken =
             static_cast<std::size_t>(std::clamp(result, 0, static_cast<int>(block)));
         if (delay != kNoDelay)
-            reportedDelayMs_.store(delay);
+            m_reportedDelayMs.store(delay);
         offset += taken;
-        deliveredMs_.store(startMs + (endMs - startMs) * static_cast<std::int64_t>(offset) /
-                                         static_cast<std::int64_t>(size));
+        m_deliveredMs.store(startMs + (endMs - startMs) * static_cast<std::int64_t>(offset) /
+                                          static_cast<std::int64_t>(size));
         if (taken > 0)
             reportBusy(false);
         updateTrack();
-        if (taken < block && !flow_.waitForMore())
+        if (taken < block && !m_flow.waitForMore())
             return false;
     }
-    return !flow_.stopping();
+    return !m_flow.stopping();
 }
 
 void Stream::waitForListenerToReachEnd()
 {
     // The last audio is still queued ahead of the listener; ending the playback now would cut
     // it off. The integrator's last reported delay says for how long.
-    const std::int64_t reported = reportedDelayMs_.load();
-    const std::int64_t delay = reported >= 0 ? reported : outputLatencyMs_.load();
-    if (delay > 0 && flow_.waitWhilePaused())
-        flow_.sleepFor(std::chrono::milliseconds(delay));
+    const std::int64_t reported = m_reportedDelayMs.load();
+    const std::int64_t delay = reported >= 0 ? reported : m_outputLatencyMs.load();
+    if (delay > 0 && m_flow.waitWhilePaused())
+        m_flow.sleepFor(std::chrono::milliseconds(delay));
 }
 
 void Stream::updateTrack()
 {
     const std::int64_t position = listenerPositionMs();
-    if (position >= nextTrackCheckMs_)
+    if (position >= m_nextTrackCheckMs)
         reportTrackAt(position);
 }
 
 void Stream::reportTrackAt(std::int64_t positionMs)
 {
-    const ServiceReply reply = session_.get(
-        kCaller, setup_.tune.streamPath() + "/metadata?position=" + std::to_string(positionMs));
+    const ServiceReply reply = m_session.get(
+        kCaller, m_setup.tune.streamPath() + "/metadata?position=" + std::to_string(positionMs));
     if (!reply.ok()) {
         SXMLIB_WARN("track metadata not fetched: " << reply.message);
-        nextTrackCheckMs_ = positionMs + 5000;
+        m_nextTrackCheckMs = positionMs + 5000;
         return;
     }
     const Json& track = jsonObject(reply.json, "track");
@@ -275,13 +275,13 @@ void Stream::reportTrackAt(std::int64_t positionMs)
     // the real one, so a check never comes sooner than a second later.
     const std::int64_t trackEndMs =
         jsonInt(timebar, "startTimestamp") * 1000 + jsonInt(timebar, "duration");
-    nextTrackCheckMs_ = std::max(trackEndMs, positionMs + 1000);
+    m_nextTrackCheckMs = std::max(trackEndMs, positionMs + 1000);
     const std::string trackId = jsonText(track, "trackId");
-    if (trackId == trackId_)
+    if (trackId == m_trackId)
         return;
-    trackId_ = trackId;
+    m_trackId = trackId;
     SXMLIB_DEBUG("track " << jsonText(track, "trackDescription"));
-    const sxm_callbacks callbacks = notifier_.callbacks();
+    const sxm_callbacks callbacks = m_notifier.callbacks();
     RecordArena arena;
     if (callbacks.onTrackMetadata) {
         sxm_trackMetadata metadata = toTrackMetadata(track, arena);
@@ -289,8 +289,8 @@ void Stream::reportTrackAt(std::int64_t positionMs)
     }
     // Live channels have no timebar of their own: the integrator shows one for on-demand and
     // Xtra content only.
-    if (callbacks.onTimebar && setup_.mode != SXM_MODE_LIVE) {
-        sxm_timebarData data = toTimebar(timebar, setup_.irNavClass, arena);
+    if (callbacks.onTimebar && m_setup.mode != SXM_MODE_LIVE) {
+        sxm_timebarData data = toTimebar(timebar, m_setup.irNavClass, arena);
         callbacks.onTimebar(callbacks.eventContext, &data);
     }
     reportMetadataState(2, positionMs);
@@ -301,32 +301,32 @@ void Stream::reportEnd(const std::string& message)
     if (!claimEndReport())
         return;
     SXMLIB_INFO("playback ended: " << message);
-    notifier_.error(kCaller, {SXM_ERROR_PLAYBACK_ENDED, 0, true, message});
+    m_notifier.error(kCaller, {SXM_ERROR_PLAYBACK_ENDED, 0, true, message});
 }
 
 void Stream::reportFailure(int code, const ServiceReply& reply)
 {
-    notifier_.error(kCaller, {code, reply.status, true, reply.message});
+    m_notifier.error(kCaller, {code, reply.status, true, reply.message});
 }
 
 void Stream::reportBusy(bool busy)
 {
-    if (busy == busy_)
+    if (busy == m_busy)
         return;
-    busy_ = busy;
-    const sxm_callbacks callbacks = notifier_.callbacks();
+    m_busy = busy;
+    const sxm_callbacks callbacks = m_notifier.callbacks();
     if (callbacks.onChannelBusy)
         callbacks.onChannelBusy(callbacks.eventContext, busy ? 1 : 0);
 }
 
 void Stream::reportMetadataState(int state, std::int64_t positionMs)
 {
-    if (!setup_.metadataState)
+    if (!m_setup.metadataState)
         return;
     sxm_metadataState_t record{};
     record.state = state;
     record.timestamp = positionMs;
-    setup_.metadataState(setup_.requestContext, &record);
+    m_setup.metadataState(m_setup.requestContext, &record);
 }
 
 } // namespace sxmlib

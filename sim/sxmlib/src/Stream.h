@@ -56,20 +56,20 @@ public:
     /// integrator.
     void stop();
 
-    void moreRequested() { flow_.moreRequested(); }
-    void setPaused(bool paused) { flow_.setPaused(paused); }
-    bool paused() const { return flow_.paused(); }
-    void setOutputLatency(int ms) { outputLatencyMs_.store(ms); }
+    void moreRequested() { m_flow.moreRequested(); }
+    void setPaused(bool paused) { m_flow.setPaused(paused); }
+    bool paused() const { return m_flow.paused(); }
+    void setOutputLatency(int ms) { m_outputLatencyMs.store(ms); }
 
-    const TuneInfo& tune() const { return setup_.tune; }
-    int mode() const { return setup_.mode; }
-    int bitrate() const { return setup_.bitrateBps; }
+    const TuneInfo& tune() const { return m_setup.tune; }
+    int mode() const { return m_setup.mode; }
+    int bitrate() const { return m_setup.bitrateBps; }
     /// Where the listener is on the stream's axis: the audio handed over, less the delay that the
     /// integrator reports queued ahead of the listener.
     std::int64_t listenerPositionMs() const;
 
     /// True the first time: code 37 is reported once per stream, whoever notices the end first.
-    bool claimEndReport() { return !endReported_.exchange(true); }
+    bool claimEndReport() { return !m_endReported.exchange(true); }
 
 private:
     enum class Fetch
@@ -98,19 +98,19 @@ private:
     void reportBusy(bool busy);
     void reportMetadataState(int state, std::int64_t positionMs);
 
-    ServiceSession& session_;
-    Notifier& notifier_;
-    const StreamSetup setup_;
-    AudioFlow flow_;
-    std::atomic<std::int64_t> deliveredMs_;
-    std::atomic<std::int64_t> reportedDelayMs_{-1}; // -1 until the integrator reports one
-    std::atomic<int> outputLatencyMs_;
-    std::atomic<bool> endReported_{false};
+    ServiceSession& m_session;
+    Notifier& m_notifier;
+    const StreamSetup m_setup;
+    AudioFlow m_flow;
+    std::atomic<std::int64_t> m_deliveredMs;
+    std::atomic<std::int64_t> m_reportedDelayMs{-1}; // -1 until the integrator reports one
+    std::atomic<int> m_outputLatencyMs;
+    std::atomic<bool> m_endReported{false};
     // Stream thread only:
-    bool busy_ = false;
-    std::string trackId_;
-    std::int64_t nextTrackCheckMs_ = 0;
-    std::thread thread_; // last: started once everything above exists
+    bool m_busy = false;
+    std::string m_trackId;
+    std::int64_t m_nextTrackCheckMs = 0;
+    std::thread m_thread; // last: started once everything above exists
 };
 
 } // namespace sxmlib

@@ -14,8 +14,8 @@ SegmentDecryptor::SegmentDecryptor(const Key& key, std::int32_t initializationVa
     start.keyLength = static_cast<uint32_t>(key.size());
     start.ivHigh = 0;
     start.iv = initializationValue;
-    started_ = sxm_decrypt_start(&start) == 1;
-    if (!started_)
+    m_started = sxm_decrypt_start(&start) == 1;
+    if (!m_started)
         SXMLIB_ERROR("sxm_decrypt_start refused the segment's key");
 }
 
@@ -26,26 +26,26 @@ SegmentDecryptor::~SegmentDecryptor()
 
 bool SegmentDecryptor::feed(std::string_view chunk, std::string& plaintext)
 {
-    if (!started_)
+    if (!m_started)
         return false;
-    pending_.append(chunk.data(), chunk.size());
-    if (pending_.size() < 16)
+    m_pending.append(chunk.data(), chunk.size());
+    if (m_pending.size() < 16)
         return true;
     const std::size_t before = plaintext.size();
-    plaintext.resize(before + pending_.size());
+    plaintext.resize(before + m_pending.size());
     sxm_decryptProcess process{};
-    process.input = reinterpret_cast<uint8_t*>(pending_.data());
-    process.length = static_cast<uint32_t>(pending_.size());
+    process.input = reinterpret_cast<uint8_t*>(m_pending.data());
+    process.length = static_cast<uint32_t>(m_pending.size());
     process.output = reinterpret_cast<uint8_t*>(plaintext.data() + before);
     const int delivered = sxm_decrypt_process(&process);
-    if (delivered <= 0 || static_cast<std::size_t>(delivered) > pending_.size()) {
+    if (delivered <= 0 || static_cast<std::size_t>(delivered) > m_pending.size()) {
         plaintext.resize(before);
-        SXMLIB_ERROR("sxm_decrypt_process delivered " << delivered << " of " << pending_.size()
+        SXMLIB_ERROR("sxm_decrypt_process delivered " << delivered << " of " << m_pending.size()
                                                       << " bytes");
         return false;
     }
     plaintext.resize(before + static_cast<std::size_t>(delivered));
-    pending_.erase(0, static_cast<std::size_t>(delivered));
+    m_pending.erase(0, static_cast<std::size_t>(delivered));
     return true;
 }
 

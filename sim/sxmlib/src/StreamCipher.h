@@ -30,18 +30,18 @@ public:
     SegmentDecryptor(const SegmentDecryptor&) = delete;
     SegmentDecryptor& operator=(const SegmentDecryptor&) = delete;
 
-    bool ok() const { return started_; }
+    bool ok() const { return m_started; }
 
     /// Decrypts the whole blocks of what arrived so far and appends them to `plaintext`. The
     /// hook hands back only whole 16-byte blocks: a trailing partial block is kept and presented
     /// again, ahead of the next chunk. False when the hook failed.
     bool feed(std::string_view chunk, std::string& plaintext);
     /// Bytes held back, waiting for the rest of their block.
-    std::size_t pending() const { return pending_.size(); }
+    std::size_t pending() const { return m_pending.size(); }
 
 private:
-    bool started_ = false;
-    std::string pending_;
+    bool m_started = false;
+    std::string m_pending;
 };
 
 } // namespace sxmlib

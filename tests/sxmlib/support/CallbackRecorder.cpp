@@ -143,26 +143,26 @@ sxm_playRequest CallbackRecorder::playRequest()
 
 void CallbackRecorder::reset()
 {
-    std::lock_guard<std::mutex> lock(mutex);
+    std::lock_guard<std::mutex> lock(m_mutex);
     static_cast<Recorded&>(*this) = Recorded();
 }
 
 void CallbackRecorder::setIntake(Intake intake)
 {
-    std::lock_guard<std::mutex> lock(mutex);
-    intake_ = intake;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_intake = intake;
 }
 
 bool CallbackRecorder::waitFor(const std::function<bool(CallbackRecorder&)>& condition, int ms)
 {
-    std::unique_lock<std::mutex> lock(mutex);
-    return condition_.wait_for(lock, std::chrono::milliseconds(ms),
-                               [&] { return condition(*this); });
+    std::unique_lock<std::mutex> lock(m_mutex);
+    return m_condition.wait_for(lock, std::chrono::milliseconds(ms),
+                                [&] { return condition(*this); });
 }
 
 void CallbackRecorder::noteSendAudioData()
 {
-    std::lock_guard<std::mutex> lock(mutex);
+    std::lock_guard<std::mutex> lock(m_mutex);
     ++sendAudioDataCalls;
     moreWanted = false;
 }
@@ -173,16 +173,16 @@ int CallbackRecorder::takeAudio(const unsigned char* data, int length, unsigned 
     ++offers;
     lastBitrate = bitrate;
     // After a partial take the rest may come again only once the integrator asked for more.
-    if (sendCallsAtPartialTake_ >= 0 && sendAudioDataCalls <= sendCallsAtPartialTake_)
+    if (m_sendCallsAtPartialTake >= 0 && sendAudioDataCalls <= m_sendCallsAtPartialTake)
         ++offersTooEarly;
     int taken = length;
-    if (intake_ == Intake::Part && length > 1000)
+    if (m_intake == Intake::Part && length > 1000)
         taken = length / 3;
-    else if (intake_ == Intake::Nothing)
+    else if (m_intake == Intake::Nothing)
         taken = 0;
     audio.append(reinterpret_cast<const char*>(data), static_cast<std::size_t>(taken));
-    const bool partial = taken < length && intake_ == Intake::Part;
-    sendCallsAtPartialTake_ = partial ? sendAudioDataCalls : -1;
+    const bool partial = taken < length && m_intake == Intake::Part;
+    m_sendCallsAtPartialTake = partial ? sendAudioDataCalls : -1;
     moreWanted = moreWanted || partial;
     return taken;
 }

@@ -76,7 +76,7 @@ enum class Intake
     Nothing, ///< never takes anything and never asks for more
 };
 
-/// Everything the callbacks delivered; read under CallbackRecorder::mutex by waitFor conditions
+/// Everything the callbacks delivered; read under CallbackRecorder::m_mutex by waitFor conditions
 /// or after the stream stopped.
 struct Recorded
 {
@@ -102,8 +102,8 @@ struct Recorded
     int sendAudioDataCalls = 0; ///< counted by noteSendAudioData
 
 protected:
-    Intake intake_ = Intake::All;
-    int sendCallsAtPartialTake_ = -1; ///< -1: the last offer was taken whole
+    Intake m_intake = Intake::All;
+    int m_sendCallsAtPartialTake = -1; ///< -1: the last offer was taken whole
 };
 
 class CallbackRecorder : public Recorded
@@ -123,7 +123,7 @@ public:
     /// Part intake: call just before sxm_sendAudioData().
     void noteSendAudioData();
 
-    std::mutex mutex;
+    std::mutex m_mutex;
 
 private:
     /// Applies `change` to the recorder under its lock and wakes the waiters.
@@ -133,19 +133,19 @@ private:
         auto& r = *static_cast<CallbackRecorder*>(context);
         int result = 0;
         {
-            std::lock_guard<std::mutex> lock(r.mutex);
+            std::lock_guard<std::mutex> lock(r.m_mutex);
             if constexpr (std::is_same_v<decltype(change(r)), void>)
                 change(r);
             else
                 result = change(r);
         }
-        r.condition_.notify_all();
+        r.m_condition.notify_all();
         return result;
     }
 
     int takeAudio(const unsigned char* data, int length, unsigned int bitrate);
 
-    std::condition_variable condition_;
+    std::condition_variable m_condition;
 };
 
 /// A content record as plain values.

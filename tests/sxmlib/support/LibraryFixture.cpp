@@ -10,35 +10,35 @@
 
 namespace sxmlib::test {
 
-CallbackRecorder LibraryFixture::recorder_;
+CallbackRecorder LibraryFixture::m_recorder;
 
 Recorded LibraryFixture::recorded()
 {
-    std::lock_guard<std::mutex> lock(recorder_.mutex);
-    return recorder_;
+    std::lock_guard<std::mutex> lock(m_recorder.m_mutex);
+    return m_recorder;
 }
 
 void LibraryFixture::SetUp()
 {
     sxm::service::Options options;
     options.clock = [this] {
-        return now_.load();
+        return m_now.load();
     };
     adjust(options);
-    server_ = std::make_unique<sxm::service::Server>(options);
-    server_->start();
+    m_server = std::make_unique<sxm::service::Server>(options);
+    m_server->start();
 
-    CMSetRoot(&root_);
-    storeText(MivoSiriusSettingsConfigUrlPath(), server_->configUrl());
+    CMSetRoot(&m_root);
+    storeText(MivoSiriusSettingsConfigUrlPath(), m_server->configUrl());
     storeText(MivoSiriusSettingsKeyPath(), options.fixedKeyHex);
     storeText(MivoSiriusSettingsDeviceMakePath(), "Acme");
     storeText(MivoSiriusSettingsDeviceModelPath(), "Tuner 9");
     storeText(MivoNetworkStateCurrentMAC(), "00:11:22:33:44:55");
     storeAccount("demo", "demo");
 
-    recorder_.reset();
+    m_recorder.reset();
     ASSERT_EQ(sxm_init(), 1) << sxm_get_error();
-    ASSERT_EQ(sxm_registerCallbacks(recorder_.callbacks()), 1) << sxm_get_error();
+    ASSERT_EQ(sxm_registerCallbacks(m_recorder.callbacks()), 1) << sxm_get_error();
     ASSERT_EQ(sxm_selectStreamIndex(SXM_STREAM_64_KBPS), 1);
 }
 
@@ -48,10 +48,10 @@ void LibraryFixture::TearDown()
     // service or settings.
     sxm_stopChannel();
     sxm_stop_pdt_notification();
-    integratorRuns_ = false;
-    if (integrator_.joinable())
-        integrator_.join();
-    server_.reset();
+    m_integratorRuns = false;
+    if (m_integrator.joinable())
+        m_integrator.join();
+    m_server.reset();
     CMSetRoot(nullptr);
 }
 
@@ -68,20 +68,20 @@ void LibraryFixture::storeAccount(const std::string& user, const std::string& pa
     account.setUsername(QString::fromStdString(user)).setPassword(QString::fromStdString(password));
     MivoValue value;
     value.setSiriusAccount(account);
-    root_.setValue(MivoSiriusSettingsAccountPath(), value);
+    m_root.setValue(MivoSiriusSettingsAccountPath(), value);
 }
 
 void LibraryFixture::storeText(const CMPath& path, const std::string& text)
 {
     MivoValue value;
     value.setString(QString::fromStdString(text));
-    root_.setValue(path, value);
+    m_root.setValue(path, value);
 }
 
 std::string LibraryFixture::plaintext(const std::string& kind, const std::string& id, int bitrate,
                                       std::int64_t segment)
 {
-    httplib::Client client(server_->url());
+    httplib::Client client(m_server->url());
     const auto reply = client.Get("/admin/plaintext/" + kind + "/" + id + "/" +
                                   std::to_string(bitrate) + "/" + std::to_string(segment));
     EXPECT_TRUE(reply && reply->status == 200)
@@ -93,7 +93,7 @@ int LibraryFixture::play(int mode, const std::string& channelId, const std::stri
                          const std::string& accessControlId, const std::string& timestamp,
                          bool playLive)
 {
-    sxm_playRequest request = recorder_.playRequest();
+    sxm_playRequest request = m_recorder.playRequest();
     request.mode = mode;
     request.channelId = channelId.c_str();
     request.assetGuid = assetGuid.c_str();
@@ -105,11 +105,11 @@ int LibraryFixture::play(int mode, const std::string& channelId, const std::stri
 
 void LibraryFixture::startIntegratorThread()
 {
-    integratorRuns_ = true;
-    integrator_ = std::thread([this] {
-        while (integratorRuns_) {
-            if (recorder_.waitFor([](CallbackRecorder& r) { return r.moreWanted; }, 50)) {
-                recorder_.noteSendAudioData();
+    m_integratorRuns = true;
+    m_integrator = std::thread([this] {
+        while (m_integratorRuns) {
+            if (m_recorder.waitFor([](CallbackRecorder& r) { return r.moreWanted; }, 50)) {
+                m_recorder.noteSendAudioData();
                 sxm_sendAudioData();
             }
         }

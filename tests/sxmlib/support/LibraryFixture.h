@@ -48,8 +48,8 @@ protected:
     void storeText(const CMPath& path, const std::string& text);
 
     /// The service's clock, which only the test moves.
-    void advance(std::int64_t ms) { now_ += ms; }
-    std::int64_t now() const { return now_.load(); }
+    void advance(std::int64_t ms) { m_now += ms; }
+    std::int64_t now() const { return m_now.load(); }
 
     /// A segment's plaintext as the service has it (its debug endpoint), for byte comparisons.
     std::string plaintext(const std::string& kind, const std::string& id, int bitrate,
@@ -66,16 +66,16 @@ protected:
     /// A copy of everything the callbacks delivered so far, taken under the recorder's lock.
     static Recorded recorded();
 
-    const sxm::service::Catalog& catalog() const { return server_->catalog(); }
+    const sxm::service::Catalog& catalog() const { return m_server->catalog(); }
 
-    static CallbackRecorder recorder_;
-    std::unique_ptr<sxm::service::Server> server_;
-    CMMemoryRoot root_;
+    static CallbackRecorder m_recorder;
+    std::unique_ptr<sxm::service::Server> m_server;
+    CMMemoryRoot m_root;
 
 private:
-    std::atomic<std::int64_t> now_{kStartMs};
-    std::atomic<bool> integratorRuns_{false};
-    std::thread integrator_;
+    std::atomic<std::int64_t> m_now{kStartMs};
+    std::atomic<bool> m_integratorRuns{false};
+    std::thread m_integrator;
 };
 
 } // namespace sxmlib::test
