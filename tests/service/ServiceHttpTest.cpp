@@ -34,27 +34,27 @@ class TestClient
 {
 public:
     explicit TestClient(int port)
-        : http_("127.0.0.1", port)
+        : m_http("127.0.0.1", port)
     {
-        http_.set_read_timeout(20, 0);
+        m_http.set_read_timeout(20, 0);
     }
 
-    Reply get(const std::string& path) { return convert(http_.Get(path, headers())); }
+    Reply get(const std::string& path) { return convert(m_http.Get(path, headers())); }
     Reply post(const std::string& path, const Json& body) { return postRaw(path, body.dump()); }
     Reply postRaw(const std::string& path, const std::string& body)
     {
-        return convert(http_.Post(path, headers(), body, "application/json"));
+        return convert(m_http.Post(path, headers(), body, "application/json"));
     }
 
     /// Signs in and keeps the session cookie.
     int signIn()
     {
         const auto result =
-            http_.Post("/api/v1/session/login", signInBody().dump(), "application/json");
+            m_http.Post("/api/v1/session/login", signInBody().dump(), "application/json");
         if (!result)
             return 0;
         const std::string cookie = result->get_header_value("Set-Cookie");
-        cookie_ = cookie.substr(0, cookie.find(';'));
+        m_cookie = cookie.substr(0, cookie.find(';'));
         return result->status;
     }
 
@@ -68,7 +68,7 @@ public:
 private:
     httplib::Headers headers() const
     {
-        return cookie_.empty() ? httplib::Headers{} : httplib::Headers{{"Cookie", cookie_}};
+        return m_cookie.empty() ? httplib::Headers{} : httplib::Headers{{"Cookie", m_cookie}};
     }
 
     static Reply convert(const httplib::Result& result)
@@ -81,8 +81,8 @@ private:
         return reply;
     }
 
-    httplib::Client http_;
-    std::string cookie_;
+    httplib::Client m_http;
+    std::string m_cookie;
 };
 
 class ServiceHttp : public ::testing::Test
@@ -92,43 +92,43 @@ protected:
     {
         Options options;
         options.clock = [this] {
-            return now_.load();
+            return m_now.load();
         };
         options.sessionLifetime = std::chrono::minutes(2);
-        server_ = std::make_unique<Server>(options);
-        port_ = server_->start();
-        demo_ = signedInClient();
+        m_server = std::make_unique<Server>(options);
+        m_port = m_server->start();
+        m_demo = signedInClient();
     }
 
     std::unique_ptr<TestClient> signedInClient()
     {
-        auto c = std::make_unique<TestClient>(port_);
+        auto c = std::make_unique<TestClient>(m_port);
         EXPECT_EQ(c->signIn(), 200);
         return c;
     }
 
     void admin(const std::string& path, const Json& body)
     {
-        ASSERT_EQ(TestClient(port_).post("/admin/" + path, body).status, 200) << path;
+        ASSERT_EQ(TestClient(m_port).post("/admin/" + path, body).status, 200) << path;
     }
 
-    std::atomic<std::int64_t> now_{kStartMs};
-    std::unique_ptr<Server> server_;
-    int port_ = 0;
-    std::unique_ptr<TestClient> demo_;
+    std::atomic<std::int64_t> m_now{kStartMs};
+    std::unique_ptr<Server> m_server;
+    int m_port = 0;
+    std::unique_ptr<TestClient> m_demo;
 };
 
 TEST_F(ServiceHttp, IncompleteDeviceIdentityOrBodyIsABadRequest)
 {
     Json noMac = TestClient::signInBody();
     noMac["device"].erase("mac");
-    const Reply reply = demo_->post("/api/v1/session/login", noMac);
+    const Reply reply = m_demo->post("/api/v1/session/login", noMac);
     EXPECT_EQ(reply.status, 400);
     EXPECT_NE(reply.json["error"]["message"].get<std::string>().find("mac"), std::string::npos);
     Json badMac = noMac;
     badMac["device"]["mac"] = "00:11:22";
-    EXPECT_EQ(demo_->post("/api/v1/session/login", badMac).status, 400);
-    EXPECT_EQ(demo_->postRaw("/api/v1/session/login", "{not json").json["error"]["name"],
+    EXPECT_EQ(m_demo->post("/api/v1/session/login", badMac).status, 400);
+    EXPECT_EQ(m_demo->postRaw("/api/v1/session/login", "{not json").json["error"]["name"],
               "BAD_REQUEST");
 }
 
@@ -136,10 +136,10 @@ TEST_F(ServiceHttp, IdleSessionExpiresWhileAUsedOneLivesOn)
 {
     auto busy = signedInClient();
     for (int minute = 0; minute < 4; ++minute) {
-        now_ += 60 * 1000;
+        m_now += 60 * 1000;
         ASSERT_EQ(busy->get("/api/v1/session").status, 200) << "minute " << minute;
     }
-    const Reply expired = demo_->get("/api/v1/lineup");
+    const Reply expired = m_demo->get("/api/v1/lineup");
     EXPECT_EQ(expired.status, 401);
     EXPECT_EQ(expired.json["error"]["name"], "SESSION_EXPIRED");
 }
@@ -164,11 +164,12 @@ double adtsSeconds(const std::string& data)
 
 TEST_F(ServiceHttp, SegmentsAreTenSecondsOfAdtsGrowingWithTheBitrateAndDecodable)
 {
-    const std::string prefix = "/admin/plaintext/live/" + server_->catalog().channels()[0].id + "/";
+    const std::string prefix =
+        "/admin/plaintext/live/" + m_server->catalog().channels()[0].id + "/";
     const std::string segment = "/" + std::to_string(kStartMs / 10000);
     std::size_t previousSize = 0;
     for (int bitrate = 0; bitrate < 4; ++bitrate) {
-        const Reply plain = demo_->get(prefix + std::to_string(bitrate) + segment);
+        const Reply plain = m_demo->get(prefix + std::to_string(bitrate) + segment);
         ASSERT_EQ(plain.status, 200);
         EXPECT_GT(plain.body.size(), previousSize) << "bitrate index " << bitrate;
         previousSize = plain.body.size();
@@ -176,20 +177,21 @@ TEST_F(ServiceHttp, SegmentsAreTenSecondsOfAdtsGrowingWithTheBitrateAndDecodable
         EXPECT_GT(seconds, 9.5) << "bitrate index " << bitrate;
         EXPECT_LT(seconds, 10.5);
     }
-    EXPECT_EQ(demo_
-                  ->get("/api/v1/streams/live/" + server_->catalog().channels()[0].id +
+    EXPECT_EQ(m_demo
+                  ->get("/api/v1/streams/live/" + m_server->catalog().channels()[0].id +
                         "/segments/4" + segment)
                   .status,
               400);
 
     if (std::system("ffmpeg -version > /dev/null 2>&1") != 0)
         GTEST_SKIP() << "ffmpeg is not installed";
-    const std::string path = ::testing::TempDir() + "sxm_segment_" + std::to_string(port_) + ".aac";
+    const std::string path =
+        ::testing::TempDir() + "sxm_segment_" + std::to_string(m_port) + ".aac";
     {
         std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "wb"),
                                                              &std::fclose);
         ASSERT_TRUE(file);
-        const std::string audio = demo_->get(prefix + "1" + segment).body;
+        const std::string audio = m_demo->get(prefix + "1" + segment).body;
         std::fwrite(audio.data(), 1, audio.size(), file.get());
     }
     const std::string command =
@@ -206,16 +208,17 @@ TEST_F(ServiceHttp, SegmentsAreTenSecondsOfAdtsGrowingWithTheBitrateAndDecodable
 
 TEST_F(ServiceHttp, TuneStartBeginsTheSongOnAirUnlessSwitchedOffOrLiveAsked)
 {
-    const Channel& live = server_->catalog().channels()[0];
+    const Channel& live = m_server->catalog().channels()[0];
     const Track onAir =
-        server_->catalog().liveTrack(live, server_->catalog().liveTrackIndexAt(live, kStartMs));
+        m_server->catalog().liveTrack(live, m_server->catalog().liveTrackIndexAt(live, kStartMs));
     const auto startOf = [&](const Json& body) {
-        return demo_->post("/api/v1/playback/tune", body).json["playback"]["startPosition"];
+        return m_demo->post("/api/v1/playback/tune", body).json["playback"]["startPosition"];
     };
     EXPECT_EQ(startOf({{"mode", 0}, {"channelId", live.id}}), onAir.startMs);
     EXPECT_EQ(startOf({{"mode", 0}, {"channelId", live.id}, {"playLive", true}}), kStartMs);
     ASSERT_EQ(
-        demo_->post("/api/v1/settings", {{"settings", {{{"name", "TuneStart"}, {"value", "off"}}}}})
+        m_demo
+            ->post("/api/v1/settings", {{"settings", {{{"name", "TuneStart"}, {"value", "off"}}}}})
             .status,
         200);
     EXPECT_EQ(startOf({{"mode", 0}, {"channelId", live.id}}), kStartMs);
@@ -224,14 +227,14 @@ TEST_F(ServiceHttp, TuneStartBeginsTheSongOnAirUnlessSwitchedOffOrLiveAsked)
 TEST_F(ServiceHttp, BypassFlagsTravelWithEveryResponseAndDisableTheirFeatures)
 {
     admin("faults", {{"bypass", {{"isGupIdUnavailable", true}, {"isSearchUnavailable", true}}}});
-    const Reply lineup = demo_->get("/api/v1/lineup");
+    const Reply lineup = m_demo->get("/api/v1/lineup");
     ASSERT_EQ(lineup.status, 200);
     EXPECT_TRUE(lineup.json["bypass"]["isGupIdUnavailable"].get<bool>());
     EXPECT_FALSE(lineup.json["bypass"]["loggedDuringBypass"].get<bool>());
-    const Reply search = demo_->get("/api/v1/search?q=pop");
+    const Reply search = m_demo->get("/api/v1/search?q=pop");
     EXPECT_EQ(search.status, 503);
     EXPECT_EQ(search.json["error"]["name"], "SEARCH_UNAVAILABLE");
-    EXPECT_EQ(demo_->get("/api/v1/favorites").status, 503);
+    EXPECT_EQ(m_demo->get("/api/v1/favorites").status, 503);
 
     auto during = signedInClient();
     EXPECT_TRUE(during->get("/api/v1/session").json["bypass"]["loggedDuringBypass"].get<bool>())
@@ -241,23 +244,23 @@ TEST_F(ServiceHttp, BypassFlagsTravelWithEveryResponseAndDisableTheirFeatures)
 TEST_F(ServiceHttp, AChangeRefreshesTheAccountsOtherDevicesOnly)
 {
     auto other = signedInClient();
-    ASSERT_EQ(demo_->post("/api/v1/recents/clear", Json::object()).status, 200);
-    EXPECT_TRUE(demo_->get("/api/v1/events").json["events"].empty())
+    ASSERT_EQ(m_demo->post("/api/v1/recents/clear", Json::object()).status, 200);
+    EXPECT_TRUE(m_demo->get("/api/v1/events").json["events"].empty())
         << "the device that made the change needs no refresh";
     EXPECT_EQ(other->get("/api/v1/events").json["events"],
               Json::array({{{"type", "refresh"}, {"module", 2}}}));
-    EXPECT_EQ(TestClient(port_).post("/admin/actions/changeRecents", {{"user", "nobody"}}).status,
+    EXPECT_EQ(TestClient(m_port).post("/admin/actions/changeRecents", {{"user", "nobody"}}).status,
               404);
 }
 
 TEST_F(ServiceHttp, ManyClientsAtOnceAllGetAnswers)
 {
-    const Channel& channel = server_->catalog().channels()[1];
+    const Channel& channel = m_server->catalog().channels()[1];
     std::vector<std::thread> threads;
     std::vector<int> failures(6, 0);
     for (std::size_t t = 0; t < failures.size(); ++t) {
         threads.emplace_back([&, t] {
-            TestClient c(port_);
+            TestClient c(m_port);
             failures[t] += c.signIn() != 200;
             for (int i = 0; i < 5; ++i) {
                 for (const std::string& path :

@@ -18,10 +18,10 @@ bool sameRecent(const RecentRef& a, const RecentRef& b)
 } // namespace
 
 AccountStore::AccountStore(const Catalog& catalog, const std::vector<Account>& accounts)
-    : catalog_(catalog)
+    : m_catalog(catalog)
 {
     for (const Account& account : accounts) {
-        accounts_[account.user] = defaults(account.password);
+        m_accounts[account.user] = defaults(account.password);
     }
 }
 
@@ -29,23 +29,24 @@ AccountStore::Data AccountStore::defaults(const std::string& password) const
 {
     Data data;
     data.password = password;
-    const auto& channels = catalog_.channels();
+    const auto& channels = m_catalog.channels();
     for (std::size_t i : {std::size_t{0}, std::size_t{3}}) {
         if (i < channels.size()) {
             data.favorites.push_back({AssetType::LiveChannel, channels[i].id});
         }
     }
-    if (!catalog_.xtraChannels().empty()) {
-        data.favorites.push_back({AssetType::XtraChannel, catalog_.xtraChannels().front().id});
+    if (!m_catalog.xtraChannels().empty()) {
+        data.favorites.push_back({AssetType::XtraChannel, m_catalog.xtraChannels().front().id});
     }
-    if (!catalog_.shows().empty()) {
-        data.favorites.push_back({AssetType::Show, catalog_.shows().front().record.assetGuid});
+    if (!m_catalog.shows().empty()) {
+        data.favorites.push_back({AssetType::Show, m_catalog.shows().front().record.assetGuid});
     }
     if (channels.size() > 1) {
         data.recents.push_back({StreamKind::Live, channels[1].id});
     }
-    if (!catalog_.episodes().empty()) {
-        data.recents.push_back({StreamKind::Episode, catalog_.episodes().front().record.assetGuid});
+    if (!m_catalog.episodes().empty()) {
+        data.recents.push_back(
+            {StreamKind::Episode, m_catalog.episodes().front().record.assetGuid});
     }
     data.settings = {{"TuneStart", "on"}, {"Notifications", "on"}};
     return data;
@@ -53,22 +54,22 @@ AccountStore::Data AccountStore::defaults(const std::string& password) const
 
 bool AccountStore::exists(const std::string& user) const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return accounts_.count(user) != 0;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_accounts.count(user) != 0;
 }
 
 bool AccountStore::passwordMatches(const std::string& user, const std::string& password) const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    const auto found = accounts_.find(user);
-    return found != accounts_.end() && found->second.password == password;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    const auto found = m_accounts.find(user);
+    return found != m_accounts.end() && found->second.password == password;
 }
 
 std::vector<FavoriteRef> AccountStore::favorites(const std::string& user) const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    const auto found = accounts_.find(user);
-    return found == accounts_.end() ? std::vector<FavoriteRef>{} : found->second.favorites;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    const auto found = m_accounts.find(user);
+    return found == m_accounts.end() ? std::vector<FavoriteRef>{} : found->second.favorites;
 }
 
 std::set<std::string> AccountStore::favoriteKeys(const std::string& user) const
@@ -86,9 +87,9 @@ std::optional<FavoriteRef> AccountStore::resolve(const FavoriteChange& change,
     switch (change.assetType) {
     case static_cast<int>(AssetType::LiveChannel):
     case static_cast<int>(AssetType::XtraChannel): {
-        const Channel* channel = catalog_.findChannel(change.channelId);
+        const Channel* channel = m_catalog.findChannel(change.channelId);
         if (!channel) {
-            channel = catalog_.findChannel(change.assetGuid);
+            channel = m_catalog.findChannel(change.assetGuid);
         }
         const bool xtra = change.assetType == static_cast<int>(AssetType::XtraChannel);
         if (!channel || channel->xtra != xtra) {
@@ -99,13 +100,13 @@ std::optional<FavoriteRef> AccountStore::resolve(const FavoriteChange& change,
         return FavoriteRef{xtra ? AssetType::XtraChannel : AssetType::LiveChannel, channel->id};
     }
     case static_cast<int>(AssetType::Show):
-        if (!catalog_.findShow(change.assetGuid)) {
+        if (!m_catalog.findShow(change.assetGuid)) {
             error = "Unknown show \"" + change.assetGuid + "\"";
             return std::nullopt;
         }
         return FavoriteRef{AssetType::Show, change.assetGuid};
     case static_cast<int>(AssetType::Episode):
-        if (!catalog_.findEpisode(change.assetGuid)) {
+        if (!m_catalog.findEpisode(change.assetGuid)) {
             error = "Unknown episode \"" + change.assetGuid + "\"";
             return std::nullopt;
         }
@@ -132,9 +133,9 @@ std::optional<std::string> AccountStore::changeFavorites(const std::string& user
         }
         resolved.emplace_back(*favorite, change.changeType == 0);
     }
-    std::lock_guard<std::mutex> lock(mutex_);
-    const auto found = accounts_.find(user);
-    if (found == accounts_.end()) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    const auto found = m_accounts.find(user);
+    if (found == m_accounts.end()) {
         return "Unknown account \"" + user + "\"";
     }
     auto& list = found->second.favorites;
@@ -152,13 +153,13 @@ std::optional<std::string> AccountStore::changeFavorites(const std::string& user
 
 void AccountStore::toggleFavoriteElsewhere(const std::string& user)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    const auto found = accounts_.find(user);
-    if (found == accounts_.end() || catalog_.channels().empty()) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    const auto found = m_accounts.find(user);
+    if (found == m_accounts.end() || m_catalog.channels().empty()) {
         return;
     }
     Data& data = found->second;
-    const auto& channels = catalog_.channels();
+    const auto& channels = m_catalog.channels();
     const FavoriteRef favorite{
         AssetType::LiveChannel,
         channels[static_cast<std::size_t>(data.elsewhereCounter++ * 7 + 5) % channels.size()].id};
@@ -176,16 +177,16 @@ void AccountStore::toggleFavoriteElsewhere(const std::string& user)
 
 std::vector<RecentRef> AccountStore::recents(const std::string& user) const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    const auto found = accounts_.find(user);
-    return found == accounts_.end() ? std::vector<RecentRef>{} : found->second.recents;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    const auto found = m_accounts.find(user);
+    return found == m_accounts.end() ? std::vector<RecentRef>{} : found->second.recents;
 }
 
 void AccountStore::addRecent(const std::string& user, const RecentRef& recent)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    const auto found = accounts_.find(user);
-    if (found == accounts_.end()) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    const auto found = m_accounts.find(user);
+    if (found == m_accounts.end()) {
         return;
     }
     auto& list = found->second.recents;
@@ -200,9 +201,9 @@ void AccountStore::addRecent(const std::string& user, const RecentRef& recent)
 
 void AccountStore::clearRecents(const std::string& user)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    const auto found = accounts_.find(user);
-    if (found != accounts_.end()) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    const auto found = m_accounts.find(user);
+    if (found != m_accounts.end()) {
         found->second.recents.clear();
     }
 }
@@ -211,22 +212,23 @@ void AccountStore::addRecentElsewhere(const std::string& user)
 {
     std::size_t index = 0;
     {
-        std::lock_guard<std::mutex> lock(mutex_);
-        const auto found = accounts_.find(user);
-        if (found == accounts_.end() || catalog_.channels().empty()) {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        const auto found = m_accounts.find(user);
+        if (found == m_accounts.end() || m_catalog.channels().empty()) {
             return;
         }
         index = static_cast<std::size_t>(found->second.elsewhereCounter++ * 11 + 2) %
-                catalog_.channels().size();
+                m_catalog.channels().size();
     }
-    addRecent(user, {StreamKind::Live, catalog_.channels()[index].id});
+    addRecent(user, {StreamKind::Live, m_catalog.channels()[index].id});
 }
 
 std::map<std::string, std::string> AccountStore::settings(const std::string& user) const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    const auto found = accounts_.find(user);
-    return found == accounts_.end() ? std::map<std::string, std::string>{} : found->second.settings;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    const auto found = m_accounts.find(user);
+    return found == m_accounts.end() ? std::map<std::string, std::string>{}
+                                     : found->second.settings;
 }
 
 std::optional<std::string>
@@ -241,9 +243,9 @@ AccountStore::updateSettings(const std::string& user,
             return "TuneStart must be \"on\" or \"off\", not \"" + value + "\"";
         }
     }
-    std::lock_guard<std::mutex> lock(mutex_);
-    const auto found = accounts_.find(user);
-    if (found == accounts_.end()) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    const auto found = m_accounts.find(user);
+    if (found == m_accounts.end()) {
         return "Unknown account \"" + user + "\"";
     }
     for (const auto& [name, value] : changes) {
@@ -254,8 +256,8 @@ AccountStore::updateSettings(const std::string& user,
 
 void AccountStore::reset()
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    for (auto& [user, data] : accounts_) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    for (auto& [user, data] : m_accounts) {
         data = defaults(data.password);
     }
 }

@@ -85,9 +85,9 @@ private:
     Data defaults(const std::string& password) const;
     std::optional<FavoriteRef> resolve(const FavoriteChange& change, std::string& error) const;
 
-    const Catalog& catalog_;
-    mutable std::mutex mutex_; // guards accounts_
-    std::map<std::string, Data> accounts_;
+    const Catalog& m_catalog;
+    mutable std::mutex m_mutex; // guards m_accounts
+    std::map<std::string, Data> m_accounts;
 };
 
 } // namespace sxm::service

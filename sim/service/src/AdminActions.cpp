@@ -10,7 +10,7 @@ constexpr int kModuleRecents = 2;
 
 void notifyAll(ServiceContext& ctx, const std::string& user, int module)
 {
-    for (const auto& session : ctx.sessions.sessions(user)) {
+    for (const auto& session : ctx.m_sessions.sessions(user)) {
         session->queueEvent({SessionEvent::Type::Refresh, module, 0, {}});
     }
 }
@@ -20,7 +20,7 @@ void notifyAll(ServiceContext& ctx, const std::string& user, int module)
 int endPlayback(ServiceContext& ctx)
 {
     int ended = 0;
-    for (const auto& session : ctx.sessions.sessions()) {
+    for (const auto& session : ctx.m_sessions.sessions()) {
         if (session->endPlayback(errors::kPlaybackEnded,
                                  "This stream has ended. Please select a channel to continue "
                                  "listening.")) {
@@ -32,29 +32,29 @@ int endPlayback(ServiceContext& ctx)
 
 void changeFavoritesElsewhere(ServiceContext& ctx, const std::string& user)
 {
-    ctx.accounts.toggleFavoriteElsewhere(user);
+    ctx.m_accounts.toggleFavoriteElsewhere(user);
     notifyAll(ctx, user, kModuleFavorites);
 }
 
 void changeRecentsElsewhere(ServiceContext& ctx, const std::string& user)
 {
-    ctx.accounts.addRecentElsewhere(user);
+    ctx.m_accounts.addRecentElsewhere(user);
     notifyAll(ctx, user, kModuleRecents);
 }
 
 void exhaustSkips(ServiceContext& ctx)
 {
     const std::int64_t now = ctx.nowMs();
-    for (const auto& session : ctx.sessions.sessions()) {
+    for (const auto& session : ctx.m_sessions.sessions()) {
         session->withSkips([now](SkipBudget& skips) { skips.exhaust(now); });
     }
 }
 
 void resetService(ServiceContext& ctx)
 {
-    ctx.faults.reset();
-    ctx.accounts.reset();
-    for (const auto& session : ctx.sessions.sessions()) {
+    ctx.m_faults.reset();
+    ctx.m_accounts.reset();
+    for (const auto& session : ctx.m_sessions.sessions()) {
         session->withSkips([](SkipBudget& skips) { skips.refill(); });
         session->takeEvents();
     }

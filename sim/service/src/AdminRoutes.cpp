@@ -25,7 +25,7 @@ std::optional<Json> optionalBody(Call& call)
 
 void getFaults(Call& call)
 {
-    call.reply({{"faults", toJson(call.ctx.faults.snapshot())}});
+    call.reply({{"faults", toJson(call.ctx.m_faults.snapshot())}});
 }
 
 void setFaults(Call& call)
@@ -34,11 +34,11 @@ void setFaults(Call& call)
     if (!body) {
         return;
     }
-    if (const auto error = call.ctx.faults.merge(*body)) {
+    if (const auto error = call.ctx.m_faults.merge(*body)) {
         call.fail(400, errors::kBadRequest, "BAD_REQUEST", *error);
         return;
     }
-    call.reply({{"faults", toJson(call.ctx.faults.snapshot())}});
+    call.reply({{"faults", toJson(call.ctx.m_faults.snapshot())}});
 }
 
 void reset(Call& call)
@@ -56,7 +56,7 @@ void action(Call& call)
     }
     const std::string user = userOf(*body);
     const bool needsUser = name == "changeFavorites" || name == "changeRecents";
-    if (needsUser && !call.ctx.accounts.exists(user)) {
+    if (needsUser && !call.ctx.m_accounts.exists(user)) {
         call.fail(404, errors::kNotFound, "NOT_FOUND", "Unknown account \"" + user + "\"");
         return;
     }
@@ -72,7 +72,7 @@ void action(Call& call)
         admin::exhaustSkips(call.ctx);
         call.reply({{"exhausted", true}});
     } else if (name == "expireSessions") {
-        call.ctx.sessions.expireAll();
+        call.ctx.m_sessions.expireAll();
         call.reply({{"expired", true}});
     } else {
         call.fail(404, errors::kNotFound, "NOT_FOUND",
@@ -91,14 +91,14 @@ void requests(Call& call)
                       "\"");
         return;
     }
-    call.reply({{"endpoint", endpoint}, {"requests", call.ctx.requests.take(endpoint)}});
+    call.reply({{"endpoint", endpoint}, {"requests", call.ctx.m_requests.take(endpoint)}});
 }
 
 void plaintext(Call& call)
 {
     const auto kind = streamKindFromText(call.req.matches[1].str());
     const std::string id = call.req.matches[2];
-    const auto stream = kind ? findStream(call.ctx.catalog, *kind, id) : std::nullopt;
+    const auto stream = kind ? findStream(call.ctx.m_catalog, *kind, id) : std::nullopt;
     if (!stream) {
         call.fail(404, errors::kNotFound, "NOT_FOUND", "Unknown stream");
         return;

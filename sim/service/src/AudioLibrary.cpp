@@ -8,26 +8,26 @@
 namespace sxm::service {
 
 AudioLibrary::AudioLibrary()
-    : clips_(kToneCount * kBitrateCount)
+    : m_clips(kToneCount * kBitrateCount)
 {
-    std::vector<bool> seen(clips_.size(), false);
+    std::vector<bool> seen(m_clips.size(), false);
     for (const audio::EmbeddedClip& embedded : audio::embeddedClips()) {
         const std::size_t index =
             static_cast<std::size_t>(embedded.tone * kBitrateCount + embedded.bitrateIndex);
         const std::string name = "tone " + std::to_string(embedded.tone) + " at bitrate index " +
                                  std::to_string(embedded.bitrateIndex);
-        if (index >= clips_.size()) {
+        if (index >= m_clips.size()) {
             throw std::runtime_error("unexpected embedded audio clip: " + name);
         }
         std::string raw(reinterpret_cast<const char*>(embedded.begin),
                         static_cast<std::size_t>(embedded.end - embedded.begin));
         try {
             // Block-aligned so that a segment encrypts without padding and decrypts whole.
-            clips_[index] = padLastFrameToBlock(std::move(raw), 16);
+            m_clips[index] = padLastFrameToBlock(std::move(raw), 16);
         } catch (const std::invalid_argument& error) {
             throw std::runtime_error("embedded audio clip " + name + " is broken: " + error.what());
         }
-        channels_[static_cast<std::size_t>(embedded.tone)] = embedded.channels;
+        m_channels[static_cast<std::size_t>(embedded.tone)] = embedded.channels;
         seen[index] = true;
     }
     for (std::size_t i = 0; i < seen.size(); ++i) {
@@ -45,12 +45,12 @@ const std::string& AudioLibrary::clip(int tone, int bitrateIndex) const
         throw std::out_of_range("no audio clip for tone " + std::to_string(tone) +
                                 " at bitrate index " + std::to_string(bitrateIndex));
     }
-    return clips_[static_cast<std::size_t>(tone * kBitrateCount + bitrateIndex)];
+    return m_clips[static_cast<std::size_t>(tone * kBitrateCount + bitrateIndex)];
 }
 
 int AudioLibrary::channelsOfTone(int tone) const
 {
-    return channels_.at(static_cast<std::size_t>(tone));
+    return m_channels.at(static_cast<std::size_t>(tone));
 }
 
 } // namespace sxm::service

@@ -25,8 +25,8 @@ public:
     int channelsOfTone(int tone) const;
 
 private:
-    std::vector<std::string> clips_; // tone * kBitrateCount + bitrate index
-    std::array<int, kToneCount> channels_{};
+    std::vector<std::string> m_clips; // tone * kBitrateCount + bitrate index
+    std::array<int, kToneCount> m_channels{};
 };
 
 } // namespace sxm::service

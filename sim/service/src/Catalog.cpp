@@ -95,8 +95,8 @@ class CatalogBuilder
 {
 public:
     CatalogBuilder(Catalog& catalog, int channelCount)
-        : c_(catalog)
-        , channelCount_(std::clamp(channelCount, 1, 5000))
+        : m_catalog(catalog)
+        , m_channelCount(std::clamp(channelCount, 1, 5000))
     {}
 
     void build()
@@ -113,12 +113,12 @@ public:
 private:
     Rng rngFor(std::string_view label, std::uint64_t extra = 0) const
     {
-        return Rng(hashCombine(hashText(label, c_.seed_), extra));
+        return Rng(hashCombine(hashText(label, m_catalog.m_seed), extra));
     }
 
     void makeGenres()
     {
-        const int used = std::min(kGenreCount, channelCount_);
+        const int used = std::min(kGenreCount, m_channelCount);
         for (int g = 0; g < used; ++g) {
             const GenreSeed& seed = kGenres[g];
             Genre genre;
@@ -130,18 +130,18 @@ private:
             genre.categoryKey = seed.categoryKey;
             genre.categorySortOrder = seed.categorySortOrder;
             genre.music = seed.music;
-            c_.genres_.push_back(genre);
+            m_catalog.m_genres.push_back(genre);
         }
     }
 
     void makeLiveChannels()
     {
-        const int genreCount = static_cast<int>(c_.genres_.size());
+        const int genreCount = static_cast<int>(m_catalog.m_genres.size());
         std::vector<int> perGenre(static_cast<std::size_t>(genreCount), 0);
-        for (int i = 0; i < channelCount_; ++i) {
+        for (int i = 0; i < m_channelCount; ++i) {
             const int primary =
-                static_cast<int>(static_cast<long long>(i) * genreCount / channelCount_);
-            const Genre& genre = c_.genres_[static_cast<std::size_t>(primary)];
+                static_cast<int>(static_cast<long long>(i) * genreCount / m_channelCount);
+            const Genre& genre = m_catalog.m_genres[static_cast<std::size_t>(primary)];
             Rng rng = rngFor("channel", static_cast<std::uint64_t>(i));
             Channel channel;
             channel.name =
@@ -149,7 +149,7 @@ private:
             channel.id = slug(channel.name);
             channel.talk = !genre.music;
             channel.number = 2 + i + i / 7; // gaps in the numbering, as in a real line-up
-            channel.assetGuid = guidFromHash(hashText("asset/" + channel.id, c_.seed_));
+            channel.assetGuid = guidFromHash(hashText("asset/" + channel.id, m_catalog.m_seed));
             channel.toneBase = rng.percent(40) ? 0 : 2;
 
             Content base;
@@ -158,7 +158,7 @@ private:
             base.title = channel.name;
             base.description = names::channelDescription(genre.key, rng);
             base.logos = makeLogos("/images/channels/" + channel.id, i);
-            base.channelGuid = guidFromHash(hashText("channel/" + channel.id, c_.seed_));
+            base.channelGuid = guidFromHash(hashText("channel/" + channel.id, m_catalog.m_seed));
             base.channelId = channel.id;
             base.streamingName = upperSlug(channel.name);
             base.siriusChannelNumber = channel.number;
@@ -176,11 +176,11 @@ private:
             }
             for (int g : genreIndexes) {
                 Content record = base;
-                setGenre(record, c_.genres_[static_cast<std::size_t>(g)]);
+                setGenre(record, m_catalog.m_genres[static_cast<std::size_t>(g)]);
                 channel.records.push_back(record);
             }
             makeLiveSchedule(channel, rng);
-            c_.channels_.push_back(std::move(channel));
+            m_catalog.m_channels.push_back(std::move(channel));
         }
     }
 
@@ -203,8 +203,8 @@ private:
     void makeXtraChannels()
     {
         std::vector<int> musicGenres;
-        for (int g = 0; g < static_cast<int>(c_.genres_.size()); ++g) {
-            if (c_.genres_[static_cast<std::size_t>(g)].music) {
+        for (int g = 0; g < static_cast<int>(m_catalog.m_genres.size()); ++g) {
+            if (m_catalog.m_genres[static_cast<std::size_t>(g)].music) {
                 musicGenres.push_back(g);
             }
         }
@@ -219,17 +219,17 @@ private:
         allXtra.categoryKey = "music";
         allXtra.categorySortOrder = 1;
 
-        const int count = std::max(4, channelCount_ / 6);
-        std::vector<int> perGenre(c_.genres_.size(), 0);
+        const int count = std::max(4, m_channelCount / 6);
+        std::vector<int> perGenre(m_catalog.m_genres.size(), 0);
         for (int x = 0; x < count; ++x) {
             const int g = musicGenres[static_cast<std::size_t>(x) % musicGenres.size()];
-            const Genre& genre = c_.genres_[static_cast<std::size_t>(g)];
+            const Genre& genre = m_catalog.m_genres[static_cast<std::size_t>(g)];
             Rng rng = rngFor("xtra", static_cast<std::uint64_t>(x));
             Channel channel;
             channel.xtra = true;
             channel.name = names::xtraName(genre.name, perGenre[static_cast<std::size_t>(g)]++);
             channel.id = "xtra-" + slug(channel.name);
-            channel.assetGuid = guidFromHash(hashText("asset/" + channel.id, c_.seed_));
+            channel.assetGuid = guidFromHash(hashText("asset/" + channel.id, m_catalog.m_seed));
             channel.toneBase = rng.percent(50) ? 0 : 2;
 
             Content base;
@@ -238,7 +238,7 @@ private:
             base.title = channel.name;
             base.description = "Personalised " + genre.name + " mix, skip as you like";
             base.logos = makeLogos("/images/xtra/" + channel.id, x + 1);
-            base.channelGuid = guidFromHash(hashText("channel/" + channel.id, c_.seed_));
+            base.channelGuid = guidFromHash(hashText("channel/" + channel.id, m_catalog.m_seed));
             base.channelId = channel.id;
             base.streamingName = upperSlug(channel.name);
             base.sortOrder = x + 1;
@@ -252,7 +252,7 @@ private:
             }
             for (int gi : genreIndexes) {
                 Content record = base;
-                setGenre(record, c_.genres_[static_cast<std::size_t>(gi)]);
+                setGenre(record, m_catalog.m_genres[static_cast<std::size_t>(gi)]);
                 channel.records.push_back(record);
             }
             Content all = base;
@@ -263,8 +263,8 @@ private:
             std::int64_t start = 0;
             for (int t = 0; t < tracks; ++t) {
                 Track track;
-                track.trackId = guidFromHash(
-                    hashCombine(hashText(channel.id, c_.seed_), static_cast<std::uint64_t>(t)));
+                track.trackId = guidFromHash(hashCombine(hashText(channel.id, m_catalog.m_seed),
+                                                         static_cast<std::uint64_t>(t)));
                 track.artist = names::musicArtist(rng);
                 track.title = names::musicTitle(rng);
                 track.album = names::albumTitle(rng);
@@ -276,17 +276,17 @@ private:
                 start += track.durationMs;
                 channel.xtraTracks.push_back(track);
             }
-            c_.xtraChannels_.push_back(std::move(channel));
+            m_catalog.m_xtraChannels.push_back(std::move(channel));
         }
     }
 
     void makeShowsAndEpisodes()
     {
-        for (int ci = 0; ci < static_cast<int>(c_.channels_.size()); ++ci) {
+        for (int ci = 0; ci < static_cast<int>(m_catalog.m_channels.size()); ++ci) {
             if (ci % 3 != 0) {
                 continue;
             }
-            const Channel& channel = c_.channels_[static_cast<std::size_t>(ci)];
+            const Channel& channel = m_catalog.m_channels[static_cast<std::size_t>(ci)];
             Rng rng = rngFor("shows", static_cast<std::uint64_t>(ci));
             const int showCount = rng.between(1, 3);
             for (int s = 0; s < showCount; ++s) {
@@ -297,7 +297,7 @@ private:
 
     void makeShow(int channelIndex, const Channel& channel, int number, Rng& rng)
     {
-        const int showIndex = static_cast<int>(c_.shows_.size());
+        const int showIndex = static_cast<int>(m_catalog.m_shows.size());
         Show show;
         show.channel = channelIndex;
         Content& record = show.record;
@@ -307,8 +307,8 @@ private:
         if (number > 0) {
             record.title += " " + std::to_string(number + 1);
         }
-        record.assetGuid =
-            guidFromHash(hashText("show/" + channel.id + "/" + std::to_string(number), c_.seed_));
+        record.assetGuid = guidFromHash(
+            hashText("show/" + channel.id + "/" + std::to_string(number), m_catalog.m_seed));
         record.showGuid = record.assetGuid;
         record.description = "On demand from " + channel.name;
         record.logos = makeLogos("/images/shows/" + record.assetGuid, showIndex + 1);
@@ -320,15 +320,15 @@ private:
         for (int e = 0; e < episodeCount; ++e) {
             Episode episode = makeEpisode(show, showIndex, e, episodeCount, channel.talk, rng);
             const std::int64_t aired = parseUtc(episode.record.originalAiredDate).value_or(0);
-            if (aired != 0 && c_.anchorMs_ - aired < 7 * kDayMs) {
+            if (aired != 0 && m_catalog.m_anchorMs - aired < 7 * kDayMs) {
                 ++fresh;
             }
-            show.episodes.push_back(static_cast<int>(c_.episodes_.size()));
-            c_.episodes_.push_back(std::move(episode));
+            show.episodes.push_back(static_cast<int>(m_catalog.m_episodes.size()));
+            m_catalog.m_episodes.push_back(std::move(episode));
         }
         record.episodeCount = episodeCount;
         record.newEpisodeCount = fresh;
-        c_.shows_.push_back(std::move(show));
+        m_catalog.m_shows.push_back(std::move(show));
     }
 
     // Air dates step back from the anchor; expiry dates cover today, tomorrow, later and never.
@@ -340,8 +340,8 @@ private:
         record = show.record;
         record.assetType = AssetType::Episode;
         record.title = names::episodeTitle(rng, count - e, talk);
-        record.assetGuid = guidFromHash(
-            hashCombine(hashText(show.record.assetGuid, c_.seed_), static_cast<std::uint64_t>(e)));
+        record.assetGuid = guidFromHash(hashCombine(
+            hashText(show.record.assetGuid, m_catalog.m_seed), static_cast<std::uint64_t>(e)));
         record.episodeGuid = record.assetGuid;
         record.description = show.record.title + ", episode " + std::to_string(count - e);
         record.logos = (e % 3 == 2) ? std::vector<Logo>{}
@@ -351,20 +351,20 @@ private:
 
         const bool special = (showIndex % 4 == 1) && e == count - 1;
         const std::int64_t aired =
-            c_.anchorMs_ - e * 3 * kDayMs - (showIndex % 3) * 20 * kHourMs - 3 * kHourMs;
+            m_catalog.m_anchorMs - e * 3 * kDayMs - (showIndex % 3) * 20 * kHourMs - 3 * kHourMs;
         record.originalAiredDate = special ? std::string() : formatIsoUtc(aired);
         switch ((showIndex + e) % 6) {
         case 0:
-            record.expireDate = formatIsoUtc(c_.anchorMs_ + 5 * kHourMs); // today
+            record.expireDate = formatIsoUtc(m_catalog.m_anchorMs + 5 * kHourMs); // today
             break;
         case 1:
-            record.expireDate = formatIsoUtc(c_.anchorMs_ + 30 * kHourMs); // tomorrow
+            record.expireDate = formatIsoUtc(m_catalog.m_anchorMs + 30 * kHourMs); // tomorrow
             break;
         case 2:
             record.expireDate.clear(); // never
             break;
         default:
-            record.expireDate = formatIsoUtc(c_.anchorMs_ + (10 + 3 * e) * kDayMs);
+            record.expireDate = formatIsoUtc(m_catalog.m_anchorMs + (10 + 3 * e) * kDayMs);
             break;
         }
         record.duration = 1800 * rng.between(1, 4);
@@ -375,8 +375,8 @@ private:
         std::int64_t start = 0;
         for (int p = 0; p < parts; ++p) {
             Track part;
-            part.trackId = guidFromHash(
-                hashCombine(hashText(record.assetGuid, c_.seed_), static_cast<std::uint64_t>(p)));
+            part.trackId = guidFromHash(hashCombine(hashText(record.assetGuid, m_catalog.m_seed),
+                                                    static_cast<std::uint64_t>(p)));
             part.artist = names::talkHost(rng);
             part.title = show.record.title + " - part " + std::to_string(p + 1);
             part.album = record.title;
@@ -393,7 +393,7 @@ private:
 
     void makeCategories()
     {
-        for (const Genre& genre : c_.genres_) {
+        for (const Genre& genre : m_catalog.m_genres) {
             Content record;
             record.assetType = AssetType::Category;
             setGenre(record, genre);
@@ -402,7 +402,7 @@ private:
             record.description = genre.category + " • " + genre.name;
             record.logos = makeLogos("/images/genres/" + genre.key, genre.sortOrder);
             record.sortOrder = genre.sortOrder;
-            c_.categories_.push_back(record);
+            m_catalog.m_categories.push_back(record);
         }
     }
 
@@ -414,41 +414,45 @@ private:
             for (Content& item : items) {
                 item.category = group;
                 item.categoryKey = slug(group);
-                c_.forYou_.push_back(std::move(item));
+                m_catalog.m_forYou.push_back(std::move(item));
             }
         };
         auto liveChannels = [&](int count) {
             std::vector<Content> items;
-            for (int i = 0; i < count && !c_.channels_.empty(); ++i) {
-                items.push_back(c_.channels_[static_cast<std::size_t>(
-                                                 rng.below(static_cast<int>(c_.channels_.size())))]
+            for (int i = 0; i < count && !m_catalog.m_channels.empty(); ++i) {
+                items.push_back(m_catalog
+                                    .m_channels[static_cast<std::size_t>(
+                                        rng.below(static_cast<int>(m_catalog.m_channels.size())))]
                                     .records.front());
             }
             return items;
         };
         auto xtra = [&](int count) {
             std::vector<Content> items;
-            for (int i = 0; i < count && !c_.xtraChannels_.empty(); ++i) {
-                items.push_back(c_.xtraChannels_[static_cast<std::size_t>(rng.below(
-                                                     static_cast<int>(c_.xtraChannels_.size())))]
+            for (int i = 0; i < count && !m_catalog.m_xtraChannels.empty(); ++i) {
+                items.push_back(m_catalog
+                                    .m_xtraChannels[static_cast<std::size_t>(rng.below(
+                                        static_cast<int>(m_catalog.m_xtraChannels.size())))]
                                     .records.front());
             }
             return items;
         };
         auto shows = [&](int count) {
             std::vector<Content> items;
-            for (int i = 0; i < count && !c_.shows_.empty(); ++i) {
-                items.push_back(c_.shows_[static_cast<std::size_t>(
-                                              rng.below(static_cast<int>(c_.shows_.size())))]
+            for (int i = 0; i < count && !m_catalog.m_shows.empty(); ++i) {
+                items.push_back(m_catalog
+                                    .m_shows[static_cast<std::size_t>(
+                                        rng.below(static_cast<int>(m_catalog.m_shows.size())))]
                                     .record);
             }
             return items;
         };
         auto episodes = [&](int count) {
             std::vector<Content> items;
-            for (int i = 0; i < count && !c_.episodes_.empty(); ++i) {
-                items.push_back(c_.episodes_[static_cast<std::size_t>(
-                                                 rng.below(static_cast<int>(c_.episodes_.size())))]
+            for (int i = 0; i < count && !m_catalog.m_episodes.empty(); ++i) {
+                items.push_back(m_catalog
+                                    .m_episodes[static_cast<std::size_t>(
+                                        rng.below(static_cast<int>(m_catalog.m_episodes.size())))]
                                     .record);
             }
             return items;
@@ -471,33 +475,36 @@ private:
 
     void index()
     {
-        for (const Channel& channel : c_.channels_) {
-            c_.channelIndex_.emplace(channel.id, &channel);
-            c_.channelIndex_.emplace(channel.assetGuid, &channel);
+        for (const Channel& channel : m_catalog.m_channels) {
+            m_catalog.m_channelIndex.emplace(channel.id, &channel);
+            m_catalog.m_channelIndex.emplace(channel.assetGuid, &channel);
         }
-        for (const Channel& channel : c_.xtraChannels_) {
-            c_.channelIndex_.emplace(channel.id, &channel);
-            c_.channelIndex_.emplace(channel.assetGuid, &channel);
+        for (const Channel& channel : m_catalog.m_xtraChannels) {
+            m_catalog.m_channelIndex.emplace(channel.id, &channel);
+            m_catalog.m_channelIndex.emplace(channel.assetGuid, &channel);
             for (int t = 0; t < static_cast<int>(channel.xtraTracks.size()); ++t) {
-                c_.xtraTrackIndex_.emplace(channel.xtraTracks[static_cast<std::size_t>(t)].trackId,
-                                           Catalog::XtraTrackRef{&channel, t});
+                m_catalog.m_xtraTrackIndex.emplace(
+                    channel.xtraTracks[static_cast<std::size_t>(t)].trackId,
+                    Catalog::XtraTrackRef{&channel, t});
             }
         }
-        for (int s = 0; s < static_cast<int>(c_.shows_.size()); ++s) {
-            c_.showIndex_.emplace(c_.shows_[static_cast<std::size_t>(s)].record.assetGuid, s);
+        for (int s = 0; s < static_cast<int>(m_catalog.m_shows.size()); ++s) {
+            m_catalog.m_showIndex.emplace(
+                m_catalog.m_shows[static_cast<std::size_t>(s)].record.assetGuid, s);
         }
-        for (int e = 0; e < static_cast<int>(c_.episodes_.size()); ++e) {
-            c_.episodeIndex_.emplace(c_.episodes_[static_cast<std::size_t>(e)].record.assetGuid, e);
+        for (int e = 0; e < static_cast<int>(m_catalog.m_episodes.size()); ++e) {
+            m_catalog.m_episodeIndex.emplace(
+                m_catalog.m_episodes[static_cast<std::size_t>(e)].record.assetGuid, e);
         }
     }
 
-    Catalog& c_;
-    int channelCount_;
+    Catalog& m_catalog;
+    int m_channelCount;
 };
 
 Catalog::Catalog(std::uint64_t seed, int channelCount, std::int64_t anchorMs)
-    : seed_(seed)
-    , anchorMs_(anchorMs)
+    : m_seed(seed)
+    , m_anchorMs(anchorMs)
 {
     CatalogBuilder(*this, channelCount).build();
 }
@@ -505,12 +512,12 @@ Catalog::Catalog(std::uint64_t seed, int channelCount, std::int64_t anchorMs)
 std::vector<const Content*> Catalog::lineup() const
 {
     std::vector<const Content*> records;
-    for (const Channel& channel : channels_) {
+    for (const Channel& channel : m_channels) {
         for (const Content& record : channel.records) {
             records.push_back(&record);
         }
     }
-    for (const Channel& channel : xtraChannels_) {
+    for (const Channel& channel : m_xtraChannels) {
         for (const Content& record : channel.records) {
             records.push_back(&record);
         }
@@ -520,26 +527,26 @@ std::vector<const Content*> Catalog::lineup() const
 
 const Channel* Catalog::findChannel(std::string_view idOrAssetGuid) const
 {
-    const auto found = channelIndex_.find(std::string(idOrAssetGuid));
-    return found == channelIndex_.end() ? nullptr : found->second;
+    const auto found = m_channelIndex.find(std::string(idOrAssetGuid));
+    return found == m_channelIndex.end() ? nullptr : found->second;
 }
 
 const Show* Catalog::findShow(std::string_view guid) const
 {
-    const auto found = showIndex_.find(std::string(guid));
-    return found == showIndex_.end() ? nullptr : &shows_[static_cast<std::size_t>(found->second)];
+    const auto found = m_showIndex.find(std::string(guid));
+    return found == m_showIndex.end() ? nullptr : &m_shows[static_cast<std::size_t>(found->second)];
 }
 
 const Episode* Catalog::findEpisode(std::string_view guid) const
 {
-    const auto found = episodeIndex_.find(std::string(guid));
-    return found == episodeIndex_.end() ? nullptr
-                                        : &episodes_[static_cast<std::size_t>(found->second)];
+    const auto found = m_episodeIndex.find(std::string(guid));
+    return found == m_episodeIndex.end() ? nullptr
+                                         : &m_episodes[static_cast<std::size_t>(found->second)];
 }
 
 const Genre* Catalog::findGenre(std::string_view key) const
 {
-    for (const Genre& genre : genres_) {
+    for (const Genre& genre : m_genres) {
         if (genre.key == key) {
             return &genre;
         }
@@ -549,8 +556,8 @@ const Genre* Catalog::findGenre(std::string_view key) const
 
 std::optional<Catalog::XtraTrackRef> Catalog::findXtraTrack(std::string_view trackGuid) const
 {
-    const auto found = xtraTrackIndex_.find(std::string(trackGuid));
-    if (found == xtraTrackIndex_.end()) {
+    const auto found = m_xtraTrackIndex.find(std::string(trackGuid));
+    if (found == m_xtraTrackIndex.end()) {
         return std::nullopt;
     }
     return found->second;
@@ -592,7 +599,7 @@ Track Catalog::liveTrack(const Channel& channel, std::int64_t index) const
     track.durationMs = channel.cycleDurationsMs[slot];
     // Names depend on the running index, so the schedule does not visibly repeat each cycle.
     const std::uint64_t key =
-        hashCombine(hashText(channel.id, seed_), static_cast<std::uint64_t>(index));
+        hashCombine(hashText(channel.id, m_seed), static_cast<std::uint64_t>(index));
     Rng rng(key);
     track.trackId = guidFromHash(key);
     if (channel.talk) {

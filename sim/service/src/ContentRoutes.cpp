@@ -26,13 +26,13 @@ bool containsFolded(const std::string& haystack, const std::string& foldedNeedle
 
 void lineup(Call& call)
 {
-    call.reply(itemsJson(call, call.ctx.catalog.lineup()));
+    call.reply(itemsJson(call, call.ctx.m_catalog.lineup()));
 }
 
 void categories(Call& call)
 {
     std::vector<const Content*> records;
-    for (const Content& record : call.ctx.catalog.categories()) {
+    for (const Content& record : call.ctx.m_catalog.categories()) {
         records.push_back(&record);
     }
     call.reply(itemsJson(call, records));
@@ -41,7 +41,7 @@ void categories(Call& call)
 void geoCheck(Call& call)
 {
     const std::string id = call.req.matches[1];
-    const Channel* channel = call.ctx.catalog.findChannel(id);
+    const Channel* channel = call.ctx.m_catalog.findChannel(id);
     if (!channel) {
         call.fail(404, errors::kNotFound, "NOT_FOUND", "Unknown channel \"" + id + "\"");
         return;
@@ -54,7 +54,7 @@ void geoCheck(Call& call)
 
 void shows(Call& call)
 {
-    const Catalog& catalog = call.ctx.catalog;
+    const Catalog& catalog = call.ctx.m_catalog;
     const std::string genre = call.req.get_param_value("genre");
     const std::string channelId = call.req.get_param_value("channelId");
     if (!genre.empty() && !catalog.findGenre(genre)) {
@@ -88,14 +88,14 @@ void episodes(Call& call)
         call.fail(400, errors::kBadRequest, "BAD_REQUEST", "Episodes need a showId parameter");
         return;
     }
-    const Show* show = call.ctx.catalog.findShow(showId);
+    const Show* show = call.ctx.m_catalog.findShow(showId);
     if (!show) {
         call.fail(404, errors::kNotFound, "NOT_FOUND", "Unknown show \"" + showId + "\"");
         return;
     }
     std::vector<const Content*> records;
     for (int index : show->episodes) {
-        records.push_back(&call.ctx.catalog.episodes()[static_cast<std::size_t>(index)].record);
+        records.push_back(&call.ctx.m_catalog.episodes()[static_cast<std::size_t>(index)].record);
     }
     Json body = itemsJson(call, records);
     body["showId"] = show->record.assetGuid;
@@ -108,7 +108,7 @@ void forYou(Call& call)
         return;
     }
     std::vector<const Content*> records;
-    for (const Content& record : call.ctx.catalog.forYou()) {
+    for (const Content& record : call.ctx.m_catalog.forYou()) {
         records.push_back(&record);
     }
     call.reply(itemsJson(call, records));
@@ -130,7 +130,7 @@ void collectMatches(const Range& range, RecordOf recordOf, const std::string& fo
 
 void search(Call& call)
 {
-    if (call.ctx.faults.bypass().isSearchUnavailable) {
+    if (call.ctx.m_faults.bypass().isSearchUnavailable) {
         call.fail(503, errors::kUnavailable, "SEARCH_UNAVAILABLE",
                   "Search is temporarily unavailable during a server update.");
         return;
@@ -141,7 +141,7 @@ void search(Call& call)
         return;
     }
     const std::string folded = lowerAscii(text);
-    const Catalog& catalog = call.ctx.catalog;
+    const Catalog& catalog = call.ctx.m_catalog;
     std::vector<const Content*> records;
     collectMatches(
         catalog.categories(), [](const Content& c) -> const Content& { return c; }, folded,
@@ -166,7 +166,7 @@ void search(Call& call)
 
 bool refuseDuringGupBypass(Call& call)
 {
-    if (!call.ctx.faults.bypass().anyGupBypass()) {
+    if (!call.ctx.m_faults.bypass().anyGupBypass()) {
         return false;
     }
     call.fail(503, errors::kUnavailable, "GUP_UNAVAILABLE",
@@ -177,7 +177,7 @@ bool refuseDuringGupBypass(Call& call)
 Json itemsJson(const Call& call, const std::vector<const Content*>& records)
 {
     const std::set<std::string> favorites =
-        call.session ? call.ctx.accounts.favoriteKeys(call.user()) : std::set<std::string>{};
+        call.session ? call.ctx.m_accounts.favoriteKeys(call.user()) : std::set<std::string>{};
     Json items = Json::array();
     for (const Content* record : records) {
         items.push_back(contentToJson(*record, call.baseUrl, favorites));

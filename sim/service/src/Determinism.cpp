@@ -29,8 +29,8 @@ std::uint64_t hashCombine(std::uint64_t a, std::uint64_t b)
 
 std::uint64_t Rng::next()
 {
-    state_ += 0x9E3779B97F4A7C15ULL;
-    return mix64(state_);
+    m_state += 0x9E3779B97F4A7C15ULL;
+    return mix64(m_state);
 }
 
 int Rng::below(int bound)

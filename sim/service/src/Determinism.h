@@ -23,7 +23,7 @@ class Rng
 {
 public:
     explicit Rng(std::uint64_t seed)
-        : state_(seed)
+        : m_state(seed)
     {}
     std::uint64_t next();
     /// A number in [0, bound); bound must be positive.
@@ -34,7 +34,7 @@ public:
     bool percent(int chance);
 
 private:
-    std::uint64_t state_;
+    std::uint64_t m_state;
 };
 
 /// A GUID-shaped text (8-4-4-4-12 lower-case hex digits) derived from a hash.

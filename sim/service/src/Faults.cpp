@@ -290,56 +290,56 @@ std::optional<std::string> applyFaultFlag(FaultSettings& settings, std::string_v
 }
 
 FaultState::FaultState(FaultSettings initial)
-    : initial_(std::move(initial))
-    , current_(initial_)
+    : m_initial(std::move(initial))
+    , m_current(m_initial)
 {}
 
 FaultSettings FaultState::snapshot() const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return current_;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_current;
 }
 
 BypassFlags FaultState::bypass() const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return current_.bypass;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_current.bypass;
 }
 
 std::int64_t FaultState::cutShiftMs() const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return current_.cutShiftMs;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_current.cutShiftMs;
 }
 
 std::optional<std::string> FaultState::merge(const Json& patch)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return mergeFaults(current_, patch);
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return mergeFaults(m_current, patch);
 }
 
 void FaultState::set(FaultSettings settings)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    current_ = std::move(settings);
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_current = std::move(settings);
 }
 
 void FaultState::reset()
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    current_ = initial_;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_current = m_initial;
 }
 
 std::optional<EndpointFault> FaultState::takeEndpointFault(const std::string& endpoint)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    const auto found = current_.endpoints.find(endpoint);
-    if (found == current_.endpoints.end()) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    const auto found = m_current.endpoints.find(endpoint);
+    if (found == m_current.endpoints.end()) {
         return std::nullopt;
     }
     const EndpointFault fault = found->second;
     if (fault.times > 0 && --found->second.times == 0) {
-        current_.endpoints.erase(found);
+        m_current.endpoints.erase(found);
     }
     return fault;
 }

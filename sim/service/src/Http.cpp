@@ -28,7 +28,7 @@ void dropConnection(httplib::Response& res)
 
 bool applyEndpointFault(Call& call, const std::string& endpoint)
 {
-    const auto fault = call.ctx.faults.takeEndpointFault(endpoint);
+    const auto fault = call.ctx.m_faults.takeEndpointFault(endpoint);
     if (!fault) {
         return false;
     }
@@ -55,7 +55,7 @@ bool attachSession(Call& call)
         call.fail(401, errors::kNotSignedIn, "NOT_SIGNED_IN", "Not signed in. Please sign in.");
         return false;
     }
-    const SessionStore::Found found = call.ctx.sessions.find(*token, call.nowMs);
+    const SessionStore::Found found = call.ctx.m_sessions.find(*token, call.nowMs);
     switch (found.lookup) {
     case SessionStore::Lookup::Valid:
         call.session = found.session;
@@ -123,7 +123,7 @@ void addRoute(httplib::Server& server, ServiceContext& ctx, Method method,
                                                                       httplib::Response& res) {
         Call call{ctx, req, res, nullptr, ctx.nowMs(), ctx.baseUrl()};
         if (!endpoint.empty()) {
-            ctx.requests.record(endpoint, req.method, req.target, req.body);
+            ctx.m_requests.record(endpoint, req.method, req.target, req.body);
         }
         try {
             if (!endpoint.empty() && applyEndpointFault(call, endpoint)) {

@@ -28,8 +28,8 @@ void listFavorites(Call& call)
         return;
     }
     std::vector<const Content*> records;
-    for (const FavoriteRef& favorite : call.ctx.accounts.favorites(call.user())) {
-        if (const Content* record = recordOf(call.ctx.catalog, favorite.type, favorite.key)) {
+    for (const FavoriteRef& favorite : call.ctx.m_accounts.favorites(call.user())) {
+        if (const Content* record = recordOf(call.ctx.m_catalog, favorite.type, favorite.key)) {
             records.push_back(record);
         }
     }
@@ -99,7 +99,7 @@ void updateFavorites(Call& call)
         }
         changes.push_back(*change);
     }
-    if (const auto error = call.ctx.accounts.changeFavorites(call.user(), changes)) {
+    if (const auto error = call.ctx.m_accounts.changeFavorites(call.user(), changes)) {
         const bool unknown = error->rfind("Unknown", 0) == 0;
         call.fail(unknown ? 404 : 400, unknown ? errors::kNotFound : errors::kBadRequest,
                   unknown ? "NOT_FOUND" : "BAD_REQUEST", *error);
@@ -115,9 +115,9 @@ void listRecents(Call& call)
         return;
     }
     std::vector<const Content*> records;
-    for (const RecentRef& recent : call.ctx.accounts.recents(call.user())) {
+    for (const RecentRef& recent : call.ctx.m_accounts.recents(call.user())) {
         if (const Content* record =
-                recordOf(call.ctx.catalog, assetTypeOfRecent(recent.kind), recent.id)) {
+                recordOf(call.ctx.m_catalog, assetTypeOfRecent(recent.kind), recent.id)) {
             records.push_back(record);
         }
     }
@@ -129,7 +129,7 @@ void clearRecents(Call& call)
     if (refuseDuringGupBypass(call)) {
         return;
     }
-    call.ctx.accounts.clearRecents(call.user());
+    call.ctx.m_accounts.clearRecents(call.user());
     notifyOtherSessions(call, kModuleRecents);
     call.reply({{"cleared", true}});
 }
@@ -145,7 +145,7 @@ Json settingsJson(const std::map<std::string, std::string>& settings)
 
 void getSettings(Call& call)
 {
-    call.reply(settingsJson(call.ctx.accounts.settings(call.user())));
+    call.reply(settingsJson(call.ctx.m_accounts.settings(call.user())));
 }
 
 void updateSettings(Call& call)
@@ -172,11 +172,11 @@ void updateSettings(Call& call)
         }
         changes[item["name"].get<std::string>()] = item["value"].get<std::string>();
     }
-    if (const auto error = call.ctx.accounts.updateSettings(call.user(), changes)) {
+    if (const auto error = call.ctx.m_accounts.updateSettings(call.user(), changes)) {
         call.fail(400, errors::kBadRequest, "BAD_REQUEST", *error);
         return;
     }
-    call.reply(settingsJson(call.ctx.accounts.settings(call.user())));
+    call.reply(settingsJson(call.ctx.m_accounts.settings(call.user())));
 }
 
 void events(Call& call)
@@ -197,7 +197,7 @@ void events(Call& call)
 
 void notifyOtherSessions(const Call& call, int module)
 {
-    for (const auto& session : call.ctx.sessions.sessions(call.user())) {
+    for (const auto& session : call.ctx.m_sessions.sessions(call.user())) {
         if (session != call.session) {
             session->queueEvent({SessionEvent::Type::Refresh, module, 0, {}});
         }

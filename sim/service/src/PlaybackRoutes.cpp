@@ -89,7 +89,7 @@ std::optional<Stream> streamOfPath(Call& call)
     const auto kind = streamKindFromText(call.req.matches[1].str());
     const std::string id = call.req.matches[2];
     std::optional<Stream> stream =
-        kind ? findStream(call.ctx.catalog, *kind, id) : std::optional<Stream>();
+        kind ? findStream(call.ctx.m_catalog, *kind, id) : std::optional<Stream>();
     if (!stream) {
         call.fail(404, errors::kNotFound, "NOT_FOUND",
                   "Unknown stream " + call.req.matches[1].str() + "/" + id +
@@ -124,9 +124,9 @@ std::int64_t liveStart(Call& call, const Stream& stream, std::optional<std::int6
     if (requested) {
         return std::clamp(*requested, windowStart, liveEdge);
     }
-    if (!playLive && call.ctx.accounts.settings(call.user())["TuneStart"] == "on") {
+    if (!playLive && call.ctx.m_accounts.settings(call.user())["TuneStart"] == "on") {
         // Tune start: begin the song on air from its start, as long as it is still in the window.
-        const Track onAir = trackAt(call.ctx.catalog, stream, call.nowMs).track;
+        const Track onAir = trackAt(call.ctx.m_catalog, stream, call.nowMs).track;
         return std::max(onAir.startMs, windowStart);
     }
     return liveEdge;
@@ -161,7 +161,7 @@ std::optional<TuneTarget> resolveTune(Call& call, const Json& body)
             return std::nullopt;
         }
     }
-    const Catalog& catalog = call.ctx.catalog;
+    const Catalog& catalog = call.ctx.m_catalog;
     TuneTarget target;
     std::optional<Stream> stream;
     switch (mode->get<int>()) {
@@ -208,7 +208,7 @@ void tune(Call& call)
     }
     const Stream& stream = target->stream;
     call.session->setPlayback(Playback{stream.kind, stream.id, false});
-    call.ctx.accounts.addRecent(call.user(), {stream.kind, stream.id});
+    call.ctx.m_accounts.addRecent(call.user(), {stream.kind, stream.id});
     notifyOtherSessions(call, kModuleRecents);
     Json playback = streamJson(call, stream);
     const std::int64_t startSegment = floorToSegment(target->startMs);
@@ -252,19 +252,19 @@ void segmentTime(Call& call)
     }
     const auto playback = call.session->playback();
     const auto stream = playback && !playback->ended
-                            ? findStream(call.ctx.catalog, playback->kind, playback->id)
+                            ? findStream(call.ctx.m_catalog, playback->kind, playback->id)
                             : std::nullopt;
     if (!stream) {
         refuseSkip(call, -3, "No active playback");
         return;
     }
-    if (call.ctx.faults.snapshot().skipsNotAllowed || call.ctx.options().skipsPerHour == 0) {
+    if (call.ctx.m_faults.snapshot().skipsNotAllowed || call.ctx.options().skipsPerHour == 0) {
         refuseSkip(call, -4, "Skips are not allowed on this channel");
         return;
     }
     const SkipDirection direction =
         directionText == "next" ? SkipDirection::Next : SkipDirection::Previous;
-    const auto found = findSkipTarget(call.ctx.catalog, *stream, position->get<std::int64_t>(),
+    const auto found = findSkipTarget(call.ctx.m_catalog, *stream, position->get<std::int64_t>(),
                                       direction, call.nowMs, call.ctx.rewindMs());
     if (const auto* refusal = std::get_if<SkipRefusal>(&found)) {
         refuseSkip(call, refusal->code, refusal->message);
@@ -295,7 +295,8 @@ void key(Call& call)
 {
     const std::string keyId = call.req.matches[1];
     const std::string prefix = "key-";
-    if (keyId.rfind(prefix, 0) != 0 || !call.ctx.catalog.findChannel(keyId.substr(prefix.size()))) {
+    if (keyId.rfind(prefix, 0) != 0 ||
+        !call.ctx.m_catalog.findChannel(keyId.substr(prefix.size()))) {
         call.fail(404, errors::kNotFound, "NOT_FOUND", "Unknown key \"" + keyId + "\"");
         return;
     }
@@ -331,7 +332,7 @@ void listSegments(Call& call)
     Json segments = Json::array();
     for (std::int64_t n = *from; n < *from + *count; ++n) {
         const SegmentAudio audio = lookupSegment(call.ctx, *stream, 0, n, call.nowMs);
-        const Track track = trackAt(call.ctx.catalog, *stream, n * Catalog::kSegmentMs).track;
+        const Track track = trackAt(call.ctx.m_catalog, *stream, n * Catalog::kSegmentMs).track;
         segments.push_back({{"number", n},
                             {"iv", segmentIvValue(call.ctx.options().seed, *stream, n)},
                             {"startMs", n * Catalog::kSegmentMs},
@@ -354,10 +355,10 @@ void metadata(Call& call)
                   "Metadata needs a position parameter in milliseconds on the stream's axis");
         return;
     }
-    const PlacedTrack placed = trackAt(call.ctx.catalog, *stream, *position);
+    const PlacedTrack placed = trackAt(call.ctx.m_catalog, *stream, *position);
     call.reply({{"position", *position},
                 {"track", trackToJson(placed.track, call.baseUrl)},
-                {"timebar", timebarToJson(call.ctx.catalog, *stream, *position, call.nowMs,
+                {"timebar", timebarToJson(call.ctx.m_catalog, *stream, *position, call.nowMs,
                                           call.ctx.rewindMs())}});
 }
 

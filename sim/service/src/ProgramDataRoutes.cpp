@@ -44,7 +44,7 @@ void appendCuts(const Catalog& catalog, const Channel& channel, std::int64_t now
 
 void cuts(Call& call)
 {
-    const Catalog& catalog = call.ctx.catalog;
+    const Catalog& catalog = call.ctx.m_catalog;
     const std::string ids = call.req.get_param_value("channelIds");
     const std::string genre = call.req.get_param_value("genre");
     if (!genre.empty() && !catalog.findGenre(genre)) {
@@ -75,7 +75,7 @@ void cuts(Call& call)
             add(&channel);
         }
     }
-    const std::int64_t shift = call.ctx.faults.cutShiftMs();
+    const std::int64_t shift = call.ctx.m_faults.cutShiftMs();
     Json list = Json::array();
     for (const Channel* channel : channels) {
         appendCuts(catalog, *channel, call.nowMs, shift, list);

@@ -9,8 +9,8 @@ void RequestLog::record(const std::string& endpoint, const std::string& method,
     if (!body.empty()) {
         entry += " " + body.substr(0, kMaxBodyBytes);
     }
-    std::lock_guard<std::mutex> lock(mutex_);
-    std::deque<std::string>& entries = entries_[endpoint];
+    std::lock_guard<std::mutex> lock(m_mutex);
+    std::deque<std::string>& entries = m_entries[endpoint];
     entries.push_back(std::move(entry));
     if (entries.size() > kMaxPerEndpoint) {
         entries.pop_front();
@@ -19,13 +19,13 @@ void RequestLog::record(const std::string& endpoint, const std::string& method,
 
 std::vector<std::string> RequestLog::take(const std::string& endpoint)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    const auto found = entries_.find(endpoint);
-    if (found == entries_.end()) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    const auto found = m_entries.find(endpoint);
+    if (found == m_entries.end()) {
         return {};
     }
     std::vector<std::string> taken(found->second.begin(), found->second.end());
-    entries_.erase(found);
+    m_entries.erase(found);
     return taken;
 }
 

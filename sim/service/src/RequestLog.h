@@ -27,8 +27,8 @@ public:
     std::vector<std::string> take(const std::string& endpoint);
 
 private:
-    std::mutex mutex_; // guards entries_
-    std::map<std::string, std::deque<std::string>> entries_;
+    std::mutex m_mutex; // guards m_entries
+    std::map<std::string, std::deque<std::string>> m_entries;
 };
 
 } // namespace sxm::service

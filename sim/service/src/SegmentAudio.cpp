@@ -19,8 +19,8 @@ SegmentAudio lookupSegment(const ServiceContext& ctx, const Stream& stream, int 
         audio.problem = SegmentProblem::OutsideWindow;
         return audio;
     }
-    const PlacedTrack placed = trackAt(ctx.catalog, stream, segment * Catalog::kSegmentMs);
-    audio.plaintext = &ctx.audio.clip(placed.track.tone, bitrateIndex);
+    const PlacedTrack placed = trackAt(ctx.m_catalog, stream, segment * Catalog::kSegmentMs);
+    audio.plaintext = &ctx.m_audio.clip(placed.track.tone, bitrateIndex);
     audio.ivValue = segmentIvValue(ctx.options().seed, stream, segment);
     audio.trackId = placed.track.trackId;
     return audio;

@@ -55,7 +55,7 @@ struct Server::Impl
 };
 
 Server::Server(Options options)
-    : impl_(std::make_unique<Impl>(std::move(options)))
+    : m_impl(std::make_unique<Impl>(std::move(options)))
 {}
 
 Server::~Server()
@@ -65,9 +65,9 @@ Server::~Server()
 
 std::uint16_t Server::start(const std::string& host, std::uint16_t port)
 {
-    std::lock_guard<std::mutex> lock(impl_->mutex);
-    if (impl_->http) {
-        throw std::runtime_error("sxm-service is already running at " + impl_->url);
+    std::lock_guard<std::mutex> lock(m_impl->mutex);
+    if (m_impl->http) {
+        throw std::runtime_error("sxm-service is already running at " + m_impl->url);
     }
     if (!isLoopback(host)) {
         throw std::runtime_error("sxm-service serves loopback only; refusing host \"" + host +
@@ -82,7 +82,7 @@ std::uint16_t Server::start(const std::string& host, std::uint16_t port)
     // client's delayed acknowledgement hold small replies back for tens of milliseconds.
     http->set_tcp_nodelay(true);
     http->set_error_handler(answerUnknownPath);
-    ServiceContext& ctx = impl_->ctx;
+    ServiceContext& ctx = m_impl->ctx;
     registerSessionRoutes(*http, ctx);
     registerContentRoutes(*http, ctx);
     registerPersonalRoutes(*http, ctx);
@@ -102,13 +102,13 @@ std::uint16_t Server::start(const std::string& host, std::uint16_t port)
                                  std::to_string(port));
     }
     const std::string urlHost = bindHost == "::1" ? "[::1]" : bindHost;
-    impl_->url = "http://" + urlHost + ":" + std::to_string(bound);
-    ctx.setBaseUrl(impl_->url);
+    m_impl->url = "http://" + urlHost + ":" + std::to_string(bound);
+    ctx.setBaseUrl(m_impl->url);
     httplib::Server* raw = http.get();
-    impl_->http = std::move(http);
+    m_impl->http = std::move(http);
     // The socket already listens: requests made before this thread accepts wait in the backlog.
     auto ended = std::make_shared<std::atomic<bool>>(false);
-    impl_->thread = std::thread([raw, ended] {
+    m_impl->thread = std::thread([raw, ended] {
         raw->listen_after_bind();
         ended->store(true);
     });
@@ -117,38 +117,38 @@ std::uint16_t Server::start(const std::string& host, std::uint16_t port)
     while (!raw->is_running() && !ended->load())
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     if (ended->load() && !raw->is_running()) {
-        impl_->thread.join();
-        impl_->http.reset();
-        throw std::runtime_error("sxm-service could not serve on " + impl_->url);
+        m_impl->thread.join();
+        m_impl->http.reset();
+        throw std::runtime_error("sxm-service could not serve on " + m_impl->url);
     }
     return static_cast<std::uint16_t>(bound);
 }
 
 void Server::stop()
 {
-    std::lock_guard<std::mutex> lock(impl_->mutex);
-    if (!impl_->http) {
+    std::lock_guard<std::mutex> lock(m_impl->mutex);
+    if (!m_impl->http) {
         return;
     }
-    impl_->http->stop();
-    if (impl_->thread.joinable()) {
-        impl_->thread.join();
+    m_impl->http->stop();
+    if (m_impl->thread.joinable()) {
+        m_impl->thread.join();
     }
-    impl_->http.reset();
-    impl_->url.clear();
-    impl_->ctx.setBaseUrl({});
+    m_impl->http.reset();
+    m_impl->url.clear();
+    m_impl->ctx.setBaseUrl({});
 }
 
 bool Server::running() const
 {
-    std::lock_guard<std::mutex> lock(impl_->mutex);
-    return impl_->http != nullptr;
+    std::lock_guard<std::mutex> lock(m_impl->mutex);
+    return m_impl->http != nullptr;
 }
 
 std::string Server::url() const
 {
-    std::lock_guard<std::mutex> lock(impl_->mutex);
-    return impl_->url;
+    std::lock_guard<std::mutex> lock(m_impl->mutex);
+    return m_impl->url;
 }
 
 std::string Server::configUrl() const
@@ -159,52 +159,52 @@ std::string Server::configUrl() const
 
 const Options& Server::options() const
 {
-    return impl_->ctx.options();
+    return m_impl->ctx.options();
 }
 
 const Catalog& Server::catalog() const
 {
-    return impl_->ctx.catalog;
+    return m_impl->ctx.m_catalog;
 }
 
 FaultState& Server::faults()
 {
-    return impl_->ctx.faults;
+    return m_impl->ctx.m_faults;
 }
 
 int Server::endPlayback()
 {
-    return admin::endPlayback(impl_->ctx);
+    return admin::endPlayback(m_impl->ctx);
 }
 
 void Server::changeFavoritesElsewhere(const std::string& user)
 {
-    admin::changeFavoritesElsewhere(impl_->ctx, user);
+    admin::changeFavoritesElsewhere(m_impl->ctx, user);
 }
 
 void Server::changeRecentsElsewhere(const std::string& user)
 {
-    admin::changeRecentsElsewhere(impl_->ctx, user);
+    admin::changeRecentsElsewhere(m_impl->ctx, user);
 }
 
 void Server::exhaustSkips()
 {
-    admin::exhaustSkips(impl_->ctx);
+    admin::exhaustSkips(m_impl->ctx);
 }
 
 void Server::expireSessions()
 {
-    impl_->ctx.sessions.expireAll();
+    m_impl->ctx.m_sessions.expireAll();
 }
 
 void Server::reset()
 {
-    admin::resetService(impl_->ctx);
+    admin::resetService(m_impl->ctx);
 }
 
 std::vector<std::string> Server::takeRequests(const std::string& endpoint)
 {
-    return impl_->ctx.requests.take(endpoint);
+    return m_impl->ctx.m_requests.take(endpoint);
 }
 
 } // namespace sxm::service

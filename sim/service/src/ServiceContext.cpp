@@ -22,41 +22,41 @@ Clock clockOf(const Options& options)
 
 ServiceContext::ServiceContext(Options options)
     // Dates in the catalog are relative to the start, on a whole minute so that they read well.
-    : catalog(checked(options).seed, options.channels, clockOf(options)() / 60000 * 60000)
-    , faults(options.faults)
-    , sessions(options.sessionLifetime, options.skipsPerHour)
-    , accounts(catalog, options.accounts)
-    , options_(std::move(options))
-    , clock_(clockOf(options_))
-    , fixedKey_(*parseHexKey(options_.fixedKeyHex))
+    : m_catalog(checked(options).seed, options.channels, clockOf(options)() / 60000 * 60000)
+    , m_faults(options.faults)
+    , m_sessions(options.sessionLifetime, options.skipsPerHour)
+    , m_accounts(m_catalog, options.accounts)
+    , m_options(std::move(options))
+    , m_clock(clockOf(m_options))
+    , m_fixedKey(*parseHexKey(m_options.fixedKeyHex))
 {}
 
 void ServiceContext::setBaseUrl(std::string url)
 {
-    std::lock_guard<std::mutex> lock(baseUrlMutex_);
-    baseUrl_ = std::move(url);
+    std::lock_guard<std::mutex> lock(m_baseUrlMutex);
+    m_baseUrl = std::move(url);
 }
 
 std::string ServiceContext::baseUrl() const
 {
-    std::lock_guard<std::mutex> lock(baseUrlMutex_);
-    return baseUrl_;
+    std::lock_guard<std::mutex> lock(m_baseUrlMutex);
+    return m_baseUrl;
 }
 
 Block ServiceContext::contentKey(const std::string& keyId) const
 {
-    return deriveKey(options_.seed, "content/" + keyId);
+    return deriveKey(m_options.seed, "content/" + keyId);
 }
 
 std::string ServiceContext::wrappedKeyHex(const std::string& keyId) const
 {
-    const Block wrapped = wrapKey(fixedKey_, contentKey(keyId));
+    const Block wrapped = wrapKey(m_fixedKey, contentKey(keyId));
     return toHex(wrapped.data(), wrapped.size());
 }
 
 BypassFlags ServiceContext::bypassFor(const Session* session) const
 {
-    BypassFlags flags = faults.bypass();
+    BypassFlags flags = m_faults.bypass();
     if (session && session->signedInDuringBypass()) {
         flags.loggedDuringBypass = true;
     }

@@ -22,10 +22,10 @@ public:
     /// Throws std::invalid_argument for unusable options.
     explicit ServiceContext(Options options);
 
-    std::int64_t nowMs() const { return clock_(); }
-    std::int64_t rewindMs() const { return options_.rewindWindow.count() * 1000; }
-    const Options& options() const { return options_; }
-    const Block& fixedKey() const { return fixedKey_; }
+    std::int64_t nowMs() const { return m_clock(); }
+    std::int64_t rewindMs() const { return m_options.rewindWindow.count() * 1000; }
+    const Options& options() const { return m_options; }
+    const Block& fixedKey() const { return m_fixedKey; }
 
     void setBaseUrl(std::string url);
     std::string baseUrl() const;
@@ -38,19 +38,19 @@ public:
     /// session that signed in while the GUP was unavailable.
     BypassFlags bypassFor(const Session* session) const;
 
-    const Catalog catalog;
-    const AudioLibrary audio;
-    FaultState faults;
-    SessionStore sessions;
-    AccountStore accounts;
-    RequestLog requests;
+    const Catalog m_catalog;
+    const AudioLibrary m_audio;
+    FaultState m_faults;
+    SessionStore m_sessions;
+    AccountStore m_accounts;
+    RequestLog m_requests;
 
 private:
-    const Options options_;
-    const Clock clock_;
-    const Block fixedKey_;
-    mutable std::mutex baseUrlMutex_; // guards baseUrl_
-    std::string baseUrl_;
+    const Options m_options;
+    const Clock m_clock;
+    const Block m_fixedKey;
+    mutable std::mutex m_baseUrlMutex; // guards m_baseUrl
+    std::string m_baseUrl;
 };
 
 } // namespace sxm::service

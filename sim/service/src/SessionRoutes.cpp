@@ -99,18 +99,18 @@ void signIn(Call& call)
                       device.mac + "\"");
         return;
     }
-    if (!call.ctx.accounts.passwordMatches(*user, *password)) {
+    if (!call.ctx.m_accounts.passwordMatches(*user, *password)) {
         call.fail(401, errors::kAuthFailed, "AUTH_FAILED",
                   "The username or password you entered is incorrect.");
         return;
     }
-    const FaultSettings faults = call.ctx.faults.snapshot();
+    const FaultSettings faults = call.ctx.m_faults.snapshot();
     if (faults.refuseLogin) {
         call.fail(403, errors::kLoginRefused, "LOGIN_REFUSED", faults.refuseLoginMessage);
         return;
     }
     call.session =
-        call.ctx.sessions.create(*user, device, call.nowMs, faults.bypass.anyGupBypass());
+        call.ctx.m_sessions.create(*user, device, call.nowMs, faults.bypass.anyGupBypass());
     call.res.set_header("Set-Cookie", std::string(kSessionCookie) + "=" + call.session->token() +
                                           "; Path=/; HttpOnly");
     call.reply({{"session",
@@ -125,7 +125,7 @@ void signIn(Call& call)
 
 void signOut(Call& call)
 {
-    call.ctx.sessions.remove(call.session->token());
+    call.ctx.m_sessions.remove(call.session->token());
     call.reply({{"signedOut", true}});
 }
 

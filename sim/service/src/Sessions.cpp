@@ -14,86 +14,86 @@ constexpr std::int64_t kForgetAfterMs = 24LL * 3600 * 1000;
 
 Session::Session(std::string token, std::string user, DeviceIdentity device, int skipsPerHour,
                  bool signedInDuringBypass)
-    : token_(std::move(token))
-    , user_(std::move(user))
-    , device_(std::move(device))
-    , signedInDuringBypass_(signedInDuringBypass)
-    , skips_(skipsPerHour)
+    : m_token(std::move(token))
+    , m_user(std::move(user))
+    , m_device(std::move(device))
+    , m_signedInDuringBypass(signedInDuringBypass)
+    , m_skips(skipsPerHour)
 {}
 
 void Session::setPlayback(std::optional<Playback> playback)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    playback_ = std::move(playback);
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_playback = std::move(playback);
 }
 
 std::optional<Playback> Session::playback() const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return playback_;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_playback;
 }
 
 bool Session::endPlayback(int code, const std::string& message)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    if (!playback_ || playback_->ended) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    if (!m_playback || m_playback->ended) {
         return false;
     }
-    playback_->ended = true;
+    m_playback->ended = true;
     SessionEvent event;
     event.type = SessionEvent::Type::PlaybackEnded;
     event.code = code;
     event.message = message;
-    events_.push_back(event);
+    m_events.push_back(event);
     return true;
 }
 
 void Session::queueEvent(SessionEvent event)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
+    std::lock_guard<std::mutex> lock(m_mutex);
     // A client that never polls must not make the service grow without bound; the oldest
     // events matter least (a later refresh covers an earlier one).
-    if (events_.size() >= kMaxPendingEvents) {
-        events_.erase(events_.begin());
+    if (m_events.size() >= kMaxPendingEvents) {
+        m_events.erase(m_events.begin());
     }
-    events_.push_back(std::move(event));
+    m_events.push_back(std::move(event));
 }
 
 std::vector<SessionEvent> Session::takeEvents()
 {
-    std::lock_guard<std::mutex> lock(mutex_);
+    std::lock_guard<std::mutex> lock(m_mutex);
     std::vector<SessionEvent> taken;
-    taken.swap(events_);
+    taken.swap(m_events);
     return taken;
 }
 
 SessionStore::SessionStore(std::chrono::milliseconds lifetime, int skipsPerHour)
-    : lifetimeMs_(lifetime.count())
-    , skipsPerHour_(skipsPerHour)
+    : m_lifetimeMs(lifetime.count())
+    , m_skipsPerHour(skipsPerHour)
 {}
 
 std::shared_ptr<Session> SessionStore::create(const std::string& user, DeviceIdentity device,
                                               std::int64_t nowMs, bool duringBypass)
 {
-    auto session = std::make_shared<Session>(randomHex(16), user, std::move(device), skipsPerHour_,
+    auto session = std::make_shared<Session>(randomHex(16), user, std::move(device), m_skipsPerHour,
                                              duringBypass);
-    std::lock_guard<std::mutex> lock(mutex_);
-    for (auto it = entries_.begin(); it != entries_.end();) {
-        it = (nowMs - it->second.lastUsedMs > kForgetAfterMs) ? entries_.erase(it) : std::next(it);
+    std::lock_guard<std::mutex> lock(m_mutex);
+    for (auto it = m_entries.begin(); it != m_entries.end();) {
+        it = (nowMs - it->second.lastUsedMs > kForgetAfterMs) ? m_entries.erase(it) : std::next(it);
     }
-    entries_[session->token()] = Entry{session, nowMs, false};
+    m_entries[session->token()] = Entry{session, nowMs, false};
     return session;
 }
 
 SessionStore::Found SessionStore::find(const std::string& token, std::int64_t nowMs)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    const auto found = entries_.find(token);
-    if (found == entries_.end()) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    const auto found = m_entries.find(token);
+    if (found == m_entries.end()) {
         return {};
     }
     Entry& entry = found->second;
-    if (!entry.expired && nowMs - entry.lastUsedMs >= lifetimeMs_) {
+    if (!entry.expired && nowMs - entry.lastUsedMs >= m_lifetimeMs) {
         entry.expired = true;
     }
     if (entry.expired) {
@@ -105,23 +105,23 @@ SessionStore::Found SessionStore::find(const std::string& token, std::int64_t no
 
 void SessionStore::remove(const std::string& token)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    entries_.erase(token);
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_entries.erase(token);
 }
 
 void SessionStore::expireAll()
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    for (auto& [token, entry] : entries_) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    for (auto& [token, entry] : m_entries) {
         entry.expired = true;
     }
 }
 
 std::vector<std::shared_ptr<Session>> SessionStore::sessions(const std::string& user) const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
+    std::lock_guard<std::mutex> lock(m_mutex);
     std::vector<std::shared_ptr<Session>> out;
-    for (const auto& [token, entry] : entries_) {
+    for (const auto& [token, entry] : m_entries) {
         if (!entry.expired && (user.empty() || entry.session->user() == user)) {
             out.push_back(entry.session);
         }

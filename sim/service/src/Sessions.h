@@ -50,10 +50,10 @@ public:
     Session(std::string token, std::string user, DeviceIdentity device, int skipsPerHour,
             bool signedInDuringBypass);
 
-    const std::string& token() const { return token_; }
-    const std::string& user() const { return user_; }
-    const DeviceIdentity& device() const { return device_; }
-    bool signedInDuringBypass() const { return signedInDuringBypass_; }
+    const std::string& token() const { return m_token; }
+    const std::string& user() const { return m_user; }
+    const DeviceIdentity& device() const { return m_device; }
+    bool signedInDuringBypass() const { return m_signedInDuringBypass; }
 
     void setPlayback(std::optional<Playback> playback);
     std::optional<Playback> playback() const;
@@ -67,20 +67,20 @@ public:
     template <typename Use>
     auto withSkips(Use use)
     {
-        std::lock_guard<std::mutex> lock(mutex_);
-        return use(skips_);
+        std::lock_guard<std::mutex> lock(m_mutex);
+        return use(m_skips);
     }
 
 private:
-    const std::string token_;
-    const std::string user_;
-    const DeviceIdentity device_;
-    const bool signedInDuringBypass_;
+    const std::string m_token;
+    const std::string m_user;
+    const DeviceIdentity m_device;
+    const bool m_signedInDuringBypass;
 
-    mutable std::mutex mutex_; // guards playback_, events_, skips_
-    std::optional<Playback> playback_;
-    std::vector<SessionEvent> events_;
-    SkipBudget skips_;
+    mutable std::mutex m_mutex; // guards m_playback, m_events, m_skips
+    std::optional<Playback> m_playback;
+    std::vector<SessionEvent> m_events;
+    SkipBudget m_skips;
 };
 
 class SessionStore
@@ -118,10 +118,10 @@ private:
         bool expired = false;
     };
 
-    const std::int64_t lifetimeMs_;
-    const int skipsPerHour_;
-    mutable std::mutex mutex_; // guards entries_
-    std::map<std::string, Entry> entries_;
+    const std::int64_t m_lifetimeMs;
+    const int m_skipsPerHour;
+    mutable std::mutex m_mutex; // guards m_entries
+    std::map<std::string, Entry> m_entries;
 };
 
 } // namespace sxm::service

@@ -13,7 +13,7 @@ public:
     static constexpr std::int64_t kWindowMs = 3600LL * 1000;
 
     explicit SkipBudget(int perHour)
-        : perHour_(perHour)
+        : m_perHour(perHour)
     {}
 
     /// Skips left in the hour ending at `nowMs`.
@@ -24,13 +24,13 @@ public:
     std::int64_t nextAvailableAtMs(std::int64_t nowMs);
     /// Uses up the whole allowance at `nowMs`.
     void exhaust(std::int64_t nowMs);
-    void refill() { used_.clear(); }
+    void refill() { m_used.clear(); }
 
 private:
     void forgetOld(std::int64_t nowMs);
 
-    int perHour_;
-    std::deque<std::int64_t> used_; // times of the skips within the last hour, oldest first
+    int m_perHour;
+    std::deque<std::int64_t> m_used; // times of the skips within the last hour, oldest first
 };
 
 } // namespace sxm::service

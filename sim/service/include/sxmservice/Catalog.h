@@ -141,18 +141,18 @@ public:
     Catalog(const Catalog&) = delete;
     Catalog& operator=(const Catalog&) = delete;
 
-    std::uint64_t seed() const { return seed_; }
-    std::int64_t anchorMs() const { return anchorMs_; }
+    std::uint64_t seed() const { return m_seed; }
+    std::int64_t anchorMs() const { return m_anchorMs; }
 
-    const std::vector<Genre>& genres() const { return genres_; }
-    const std::vector<Channel>& channels() const { return channels_; }
-    const std::vector<Channel>& xtraChannels() const { return xtraChannels_; }
-    const std::vector<Show>& shows() const { return shows_; }
-    const std::vector<Episode>& episodes() const { return episodes_; }
+    const std::vector<Genre>& genres() const { return m_genres; }
+    const std::vector<Channel>& channels() const { return m_channels; }
+    const std::vector<Channel>& xtraChannels() const { return m_xtraChannels; }
+    const std::vector<Show>& shows() const { return m_shows; }
+    const std::vector<Episode>& episodes() const { return m_episodes; }
     /// One category record (asset type 4) per genre.
-    const std::vector<Content>& categories() const { return categories_; }
+    const std::vector<Content>& categories() const { return m_categories; }
     /// For You items; each record's `category` is the group it is shown under.
-    const std::vector<Content>& forYou() const { return forYou_; }
+    const std::vector<Content>& forYou() const { return m_forYou; }
 
     /// The line-up as sent: every live channel by number with all its records, then every Xtra
     /// channel with its genre records and its "allxtra" record.
@@ -178,19 +178,19 @@ public:
 private:
     friend class CatalogBuilder;
 
-    std::uint64_t seed_;
-    std::int64_t anchorMs_;
-    std::vector<Genre> genres_;
-    std::vector<Channel> channels_;
-    std::vector<Channel> xtraChannels_;
-    std::vector<Show> shows_;
-    std::vector<Episode> episodes_;
-    std::vector<Content> categories_;
-    std::vector<Content> forYou_;
-    std::unordered_map<std::string, const Channel*> channelIndex_;
-    std::unordered_map<std::string, int> showIndex_;
-    std::unordered_map<std::string, int> episodeIndex_;
-    std::unordered_map<std::string, XtraTrackRef> xtraTrackIndex_;
+    std::uint64_t m_seed;
+    std::int64_t m_anchorMs;
+    std::vector<Genre> m_genres;
+    std::vector<Channel> m_channels;
+    std::vector<Channel> m_xtraChannels;
+    std::vector<Show> m_shows;
+    std::vector<Episode> m_episodes;
+    std::vector<Content> m_categories;
+    std::vector<Content> m_forYou;
+    std::unordered_map<std::string, const Channel*> m_channelIndex;
+    std::unordered_map<std::string, int> m_showIndex;
+    std::unordered_map<std::string, int> m_episodeIndex;
+    std::unordered_map<std::string, XtraTrackRef> m_xtraTrackIndex;
 };
 
 } // namespace sxm::service

@@ -84,9 +84,9 @@ public:
     std::optional<EndpointFault> takeEndpointFault(const std::string& endpoint);
 
 private:
-    mutable std::mutex mutex_; // guards current_
-    const FaultSettings initial_;
-    FaultSettings current_;
+    mutable std::mutex m_mutex; // guards m_current
+    const FaultSettings m_initial;
+    FaultSettings m_current;
 };
 
 } // namespace sxm::service
