@@ -17,8 +17,8 @@
 
 namespace {
 
-constexpr int ExitFailed = 1;
-constexpr int ExitUsage = 2;
+constexpr int kExitFailed = 1;
+constexpr int kExitUsage = 2;
 
 QString defaultSettingsFile()
 {
@@ -42,16 +42,16 @@ int runCommand(Session& session, Output& output, const QStringList& words)
     if (args.command() == QLatin1String("shell")) {
         if (args.positional().size() > 0) {
             printUsageError(output, QStringLiteral("shell takes no arguments"));
-            return ExitUsage;
+            return kExitUsage;
         }
         Shell shell(session, output);
         return shell.exec();
     }
     if (!Session::hasCommand(args.command())) {
         printUsageError(output, QStringLiteral("Unknown command \"%1\"").arg(args.command()));
-        return ExitUsage;
+        return kExitUsage;
     }
-    return session.execute(args) ? 0 : ExitFailed;
+    return session.execute(args) ? 0 : kExitFailed;
 }
 
 } // namespace
@@ -69,7 +69,7 @@ int main(int argc, char** argv)
     Output output(options.json);
     if (!parsed) {
         printUsageError(output, error);
-        return ExitUsage;
+        return kExitUsage;
     }
     if (options.help) {
         fputs(qPrintable(helpText()), stdout);
@@ -81,7 +81,7 @@ int main(int argc, char** argv)
     }
     if (words.isEmpty()) {
         printUsageError(output, QStringLiteral("No command given"));
-        return ExitUsage;
+        return kExitUsage;
     }
 
     HostRoot root;

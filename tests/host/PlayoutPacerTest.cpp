@@ -9,14 +9,14 @@ TEST(PlayoutPacer, AdtsFramesLast1024SamplesAtTheirSampleRate)
     const QByteArray frames = testpattern::adtsFrames(3);
     const auto frame = PlayoutPacer::adtsFrame(frames);
     ASSERT_TRUE(frame.has_value());
-    EXPECT_EQ(frame->bytes, testpattern::AdtsFrameBytes);
-    EXPECT_EQ(frame->durationUs, 1024LL * 1000000 / testpattern::AdtsSampleRate);
+    EXPECT_EQ(frame->bytes, testpattern::kAdtsFrameBytes);
+    EXPECT_EQ(frame->durationUs, 1024LL * 1000000 / testpattern::kAdtsSampleRate);
 
     PlayoutPacer pacer;
     pacer.reset(PlayoutPacer::Timing::Adts);
     const auto unit = pacer.next(frames, frames.size(), false);
     ASSERT_TRUE(unit.has_value());
-    EXPECT_EQ(unit->bytes, testpattern::AdtsFrameBytes);
+    EXPECT_EQ(unit->bytes, testpattern::kAdtsFrameBytes);
 }
 
 TEST(PlayoutPacer, AnIncompleteFrameWaitsUnlessTheStreamEnded)
@@ -29,7 +29,7 @@ TEST(PlayoutPacer, AnIncompleteFrameWaitsUnlessTheStreamEnded)
     ASSERT_TRUE(tail.has_value());
     EXPECT_EQ(tail->bytes, 100);
     EXPECT_EQ(tail->durationUs, PlayoutPacer::adtsFrame(testpattern::adtsFrames(1))->durationUs *
-                                    100 / testpattern::AdtsFrameBytes);
+                                    100 / testpattern::kAdtsFrameBytes);
 }
 
 TEST(PlayoutPacer, BytesThatAreNotAdtsAreTimedByTheByteRateUpToTheNextSync)

@@ -12,7 +12,7 @@ TEST(StreamAddress, ParsesPathAndQueueSize)
     EXPECT_EQ(address.queueSizeInBytes, 4096);
 
     ASSERT_TRUE(StreamAddress::parse(QStringLiteral("smt2:///tmp/s"), &address, &error));
-    EXPECT_EQ(address.queueSizeInBytes, StreamAddress::DefaultQueueSize);
+    EXPECT_EQ(address.queueSizeInBytes, StreamAddress::kDefaultQueueSize);
 }
 
 TEST(StreamAddress, RefusesOtherSchemesEmptyPathsAndBadSizes)

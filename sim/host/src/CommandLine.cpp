@@ -3,8 +3,8 @@
 namespace {
 
 /// Options of commands that take a value.
-const QStringList CommandValueOptions = {QStringLiteral("offset"), QStringLiteral("count"),
-                                         QStringLiteral("seconds"), QStringLiteral("out")};
+const QStringList kCommandValueOptions = {QStringLiteral("offset"), QStringLiteral("count"),
+                                          QStringLiteral("seconds"), QStringLiteral("out")};
 
 } // namespace
 
@@ -18,7 +18,7 @@ CommandArgs::CommandArgs(const QStringList& words, const QStringList& rest)
             const int equals = name.indexOf(QLatin1Char('='));
             if (equals > 0) {
                 m_options.insert(name.left(equals), name.mid(equals + 1));
-            } else if (CommandValueOptions.contains(name) && i + 1 < words.size()) {
+            } else if (kCommandValueOptions.contains(name) && i + 1 < words.size()) {
                 m_options.insert(name, words.at(++i));
             } else {
                 m_options.insert(name, QString());

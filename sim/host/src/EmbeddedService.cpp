@@ -16,7 +16,7 @@ struct EmbeddedService::Impl
 };
 
 EmbeddedService::EmbeddedService()
-    : d(std::make_unique<Impl>())
+    : m_impl(std::make_unique<Impl>())
 {}
 
 EmbeddedService::~EmbeddedService() = default;
@@ -46,11 +46,11 @@ bool EmbeddedService::start(QString* error)
     try {
         sxm::service::Options options;
         options.accounts = {{demoUser().toStdString(), demoPassword().toStdString()}};
-        d->server = std::make_unique<sxm::service::Server>(options);
-        d->server->start("127.0.0.1", 0);
+        m_impl->server = std::make_unique<sxm::service::Server>(options);
+        m_impl->server->start("127.0.0.1", 0);
         return true;
     } catch (const std::exception& e) {
-        d->server.reset();
+        m_impl->server.reset();
         *error = QStringLiteral("Cannot start the embedded service: %1").arg(e.what());
         return false;
     }
@@ -64,8 +64,8 @@ bool EmbeddedService::start(QString* error)
 QString EmbeddedService::configUrl() const
 {
 #ifdef MIVO_HOST_EMBEDDED_SERVICE
-    if (d->server && d->server->running())
-        return QString::fromStdString(d->server->configUrl());
+    if (m_impl->server && m_impl->server->running())
+        return QString::fromStdString(m_impl->server->configUrl());
 #endif
     return QString();
 }
@@ -83,19 +83,19 @@ bool notRunning(QString* error)
 bool EmbeddedService::mergeFaults(const QByteArray& patch, QByteArray* faults, QString* error)
 {
 #ifdef MIVO_HOST_EMBEDDED_SERVICE
-    if (!d->server)
+    if (!m_impl->server)
         return notRunning(error);
     const nlohmann::json json = nlohmann::json::parse(patch.toStdString(), nullptr, false);
     if (json.is_discarded() || !json.is_object()) {
         *error = QStringLiteral("A fault patch is a JSON object, e.g. {\"cutShiftMs\": 160000}");
         return false;
     }
-    if (const auto refused = d->server->faults().merge(json)) {
+    if (const auto refused = m_impl->server->faults().merge(json)) {
         *error = QString::fromStdString(*refused);
         return false;
     }
     *faults =
-        QByteArray::fromStdString(sxm::service::toJson(d->server->faults().snapshot()).dump());
+        QByteArray::fromStdString(sxm::service::toJson(m_impl->server->faults().snapshot()).dump());
     return true;
 #else
     Q_UNUSED(patch);
@@ -107,21 +107,21 @@ bool EmbeddedService::mergeFaults(const QByteArray& patch, QByteArray* faults, Q
 bool EmbeddedService::runAction(const QString& action, QString* error)
 {
 #ifdef MIVO_HOST_EMBEDDED_SERVICE
-    if (!d->server)
+    if (!m_impl->server)
         return notRunning(error);
     const std::string user = demoUser().toStdString();
     if (action == QLatin1String("endPlayback"))
-        d->server->endPlayback();
+        m_impl->server->endPlayback();
     else if (action == QLatin1String("changeFavorites"))
-        d->server->changeFavoritesElsewhere(user);
+        m_impl->server->changeFavoritesElsewhere(user);
     else if (action == QLatin1String("changeRecents"))
-        d->server->changeRecentsElsewhere(user);
+        m_impl->server->changeRecentsElsewhere(user);
     else if (action == QLatin1String("exhaustSkips"))
-        d->server->exhaustSkips();
+        m_impl->server->exhaustSkips();
     else if (action == QLatin1String("expireSessions"))
-        d->server->expireSessions();
+        m_impl->server->expireSessions();
     else if (action == QLatin1String("reset"))
-        d->server->reset();
+        m_impl->server->reset();
     else {
         *error = QStringLiteral("Unknown service action \"%1\" (endPlayback, changeFavorites, "
                                 "changeRecents, exhaustSkips, expireSessions, reset)")
@@ -138,7 +138,7 @@ bool EmbeddedService::runAction(const QString& action, QString* error)
 bool EmbeddedService::takeRequests(const QString& endpoint, QStringList* requests, QString* error)
 {
 #ifdef MIVO_HOST_EMBEDDED_SERVICE
-    if (!d->server)
+    if (!m_impl->server)
         return notRunning(error);
     if (sxm::service::endpointNames().count(endpoint.toStdString()) == 0) {
         *error = QStringLiteral("Unknown endpoint name \"%1\" (see docs/service-api.md, Faults "
@@ -147,7 +147,7 @@ bool EmbeddedService::takeRequests(const QString& endpoint, QStringList* request
         return false;
     }
     requests->clear();
-    for (const std::string& request : d->server->takeRequests(endpoint.toStdString()))
+    for (const std::string& request : m_impl->server->takeRequests(endpoint.toStdString()))
         requests->append(QString::fromStdString(request));
     return true;
 #else

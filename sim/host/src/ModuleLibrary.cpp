@@ -38,10 +38,10 @@ std::unique_ptr<ModuleLibrary> ModuleLibrary::load(const QString& file, QString*
     }
     dlerror();
     auto create =
-        reinterpret_cast<MivoWorkerCreateFunction>(dlsym(handle.get(), MivoWorkerCreateSymbol));
+        reinterpret_cast<MivoWorkerCreateFunction>(dlsym(handle.get(), kMivoWorkerCreateSymbol));
     if (!create) {
         *error = QStringLiteral("Module %1 does not export %2 (is it a worker module?)")
-                     .arg(file, QLatin1String(MivoWorkerCreateSymbol));
+                     .arg(file, QLatin1String(kMivoWorkerCreateSymbol));
         return nullptr;
     }
     return std::unique_ptr<ModuleLibrary>(new ModuleLibrary(file, std::move(handle), create));

@@ -11,7 +11,7 @@
 class ModuleLibrary
 {
 public:
-    /// Loads `file` and resolves MivoWorkerCreateSymbol. Null, with `error` set to a sentence for
+    /// Loads `file` and resolves kMivoWorkerCreateSymbol. Null, with `error` set to a sentence for
     /// the user, when the file is missing, is not a loadable library or lacks the symbol.
     static std::unique_ptr<ModuleLibrary> load(const QString& file, QString* error);
 

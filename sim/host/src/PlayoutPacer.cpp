@@ -5,12 +5,12 @@
 namespace {
 
 /// ISO/IEC 14496-3 sampling frequency index; 13 to 15 are reserved.
-constexpr int AdtsSampleRates[13] = {96000, 88200, 64000, 48000, 44100, 32000, 24000,
-                                     22050, 16000, 12000, 11025, 8000,  7350};
-constexpr int SamplesPerBlock = 1024;
+constexpr int kAdtsSampleRates[13] = {96000, 88200, 64000, 48000, 44100, 32000, 24000,
+                                      22050, 16000, 12000, 11025, 8000,  7350};
+constexpr int kSamplesPerBlock = 1024;
 /// Byte-rate units are about 20 ms of audio: small enough for smooth pacing, large enough that a
 /// tick does not play thousands of tiny units.
-constexpr int ByteRateUnitsPerSecond = 50;
+constexpr int kByteRateUnitsPerSecond = 50;
 
 bool startsWithSync(const unsigned char* p)
 {
@@ -23,12 +23,12 @@ bool startsWithSync(const unsigned char* p)
 void PlayoutPacer::reset(Timing timing, int bytesPerSecond)
 {
     m_timing = timing;
-    m_bytesPerSecond = bytesPerSecond > 0 ? bytesPerSecond : DefaultBytesPerSecond;
+    m_bytesPerSecond = bytesPerSecond > 0 ? bytesPerSecond : kDefaultBytesPerSecond;
 }
 
 std::optional<PlayoutPacer::Unit> PlayoutPacer::adtsFrame(const QByteArray& bytes)
 {
-    if (bytes.size() < AdtsHeaderSize)
+    if (bytes.size() < kAdtsHeaderSize)
         return std::nullopt;
     const auto* p = reinterpret_cast<const unsigned char*>(bytes.constData());
     if (!startsWithSync(p))
@@ -36,11 +36,11 @@ std::optional<PlayoutPacer::Unit> PlayoutPacer::adtsFrame(const QByteArray& byte
     const int rateIndex = (p[2] >> 2) & 0x0F;
     const int length = ((p[3] & 0x03) << 11) | (p[4] << 3) | (p[5] >> 5);
     const int blocks = (p[6] & 0x03) + 1;
-    if (rateIndex >= 13 || length < AdtsHeaderSize)
+    if (rateIndex >= 13 || length < kAdtsHeaderSize)
         return std::nullopt;
     Unit unit;
     unit.bytes = length;
-    unit.durationUs = qint64(blocks) * SamplesPerBlock * 1000000 / AdtsSampleRates[rateIndex];
+    unit.durationUs = qint64(blocks) * kSamplesPerBlock * 1000000 / kAdtsSampleRates[rateIndex];
     return unit;
 }
 
@@ -70,11 +70,11 @@ std::optional<PlayoutPacer::Unit> PlayoutPacer::next(const QByteArray& front, qi
 {
     if (queued <= 0 || front.isEmpty())
         return std::nullopt;
-    const int chunk = std::max(1, m_bytesPerSecond / ByteRateUnitsPerSecond);
+    const int chunk = std::max(1, m_bytesPerSecond / kByteRateUnitsPerSecond);
     if (m_timing == Timing::ByteRate)
         return byteRateUnit(int(std::min<qint64>(chunk, queued)));
 
-    if (front.size() < AdtsHeaderSize && queued < AdtsHeaderSize) {
+    if (front.size() < kAdtsHeaderSize && queued < kAdtsHeaderSize) {
         if (!endOfStream)
             return std::nullopt;
         return byteRateUnit(front.size());

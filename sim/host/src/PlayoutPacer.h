@@ -26,17 +26,17 @@ public:
     };
 
     /// The ADTS header is 7 bytes (9 with a CRC, which is part of the frame length anyway).
-    static constexpr int AdtsHeaderSize = 7;
+    static constexpr int kAdtsHeaderSize = 7;
     /// How many bytes the streamer should offer to next(): an ADTS frame is at most 8191 bytes.
-    static constexpr int LookAhead = 8192;
+    static constexpr int kLookAhead = 8192;
     /// 128 kbit/s, used when the stream does not say its rate.
-    static constexpr int DefaultBytesPerSecond = 16000;
+    static constexpr int kDefaultBytesPerSecond = 16000;
 
-    void reset(Timing timing, int bytesPerSecond = DefaultBytesPerSecond);
+    void reset(Timing timing, int bytesPerSecond = kDefaultBytesPerSecond);
     Timing timing() const { return m_timing; }
     int bytesPerSecond() const { return m_bytesPerSecond; }
 
-    /// The next unit at the front of the queue, given up to LookAhead bytes of it (`front`) and
+    /// The next unit at the front of the queue, given up to kLookAhead bytes of it (`front`) and
     /// the number of bytes queued in all. Nothing when more bytes are needed to complete the unit
     /// and `endOfStream` is false; at the end of the stream the remaining bytes form a last unit.
     std::optional<Unit> next(const QByteArray& front, qint64 queued, bool endOfStream) const;
@@ -50,5 +50,5 @@ private:
     int bytesUntilSync(const QByteArray& front) const;
 
     Timing m_timing = Timing::ByteRate;
-    int m_bytesPerSecond = DefaultBytesPerSecond;
+    int m_bytesPerSecond = kDefaultBytesPerSecond;
 };

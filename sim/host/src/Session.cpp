@@ -30,15 +30,15 @@
 namespace {
 
 /// How often a wait looks at its condition; well below anything a user notices.
-constexpr int WaitPollMs = 10;
+constexpr int kWaitPollMs = 10;
 /// Redirects followed before a list is taken to loop.
-constexpr int MaxRedirects = 5;
+constexpr int kMaxRedirects = 5;
 /// How long the end of a playback waits for the streamer to stop.
-constexpr int StopWaitMs = 5000;
+constexpr int kStopWaitMs = 5000;
 /// How long a play-logic command that flushes the sender may take to reach the streamer.
-constexpr int ExpectFlushMs = 2000;
+constexpr int kExpectFlushMs = 2000;
 /// How deep the demo looks for something playable.
-constexpr int DemoDepth = 3;
+constexpr int kDemoDepth = 3;
 
 QString textOf(const QVariant& value)
 {
@@ -98,7 +98,7 @@ bool Session::waitUntil(const std::function<bool()>& done, int timeoutMs)
     elapsed.start();
     QEventLoop loop;
     QTimer poll;
-    poll.setInterval(WaitPollMs);
+    poll.setInterval(kWaitPollMs);
     connect(&poll, &QTimer::timeout, &loop, &QEventLoop::quit);
     poll.start();
     while (!done()) {
@@ -281,7 +281,7 @@ bool Session::readRows(const CMPath& path, int offset, int count, RowsPage* page
     if (!ensureWorker())
         return false;
     CMPath current = path;
-    for (int hop = 0; hop <= MaxRedirects; ++hop) {
+    for (int hop = 0; hop <= kMaxRedirects; ++hop) {
         CMGetRowsRequest rows(current, offset, count);
         m_worker->send(rows);
         const CMReply<QVariant> reply = rows.reply();
@@ -310,7 +310,7 @@ bool Session::readRows(const CMPath& path, int offset, int count, RowsPage* page
     }
     if (!quiet)
         reportError(QStringLiteral("Redirect"), QStringLiteral("More than %1 redirects from %2")
-                                                    .arg(MaxRedirects)
+                                                    .arg(kMaxRedirects)
                                                     .arg(path.toEncoded()));
     return false;
 }
@@ -463,7 +463,7 @@ bool Session::startPlaying(const MivoRoles& roles)
 void Session::expectFlush()
 {
     if (m_streamer && m_streamer->state() != Streamer::State::Stopped)
-        m_streamer->expectFlush(ExpectFlushMs);
+        m_streamer->expectFlush(kExpectFlushMs);
 }
 
 bool Session::playLogicCommand(const QString& role)
@@ -499,7 +499,7 @@ void Session::stopPlayback()
                          m_streamer->state() != Streamer::State::Stopped;
     if (playing) {
         playLogicCommand(PlayLogicBase::Stop());
-        waitUntil([this] { return m_streamer->state() == Streamer::State::Stopped; }, StopWaitMs);
+        waitUntil([this] { return m_streamer->state() == Streamer::State::Stopped; }, kStopWaitMs);
     }
     closePlayOutput();
 }
@@ -766,7 +766,7 @@ bool Session::cmdPlay(const CommandArgs& args)
     stopPlayback();
     // The play logic's last word (its state 0, an error text) is shown before the summary.
     waitUntil([this] { return m_player->data().state() == MivoPlayLogicState::Stopped; },
-              StopWaitMs);
+              kStopWaitMs);
     disconnect(errors);
     m_interrupted = interrupted;
     m_streamer->setOutput(nullptr);
@@ -808,7 +808,7 @@ bool Session::cmdStop(const CommandArgs& args)
         return false;
     const bool stopped = playLogicCommand(PlayLogicBase::Stop());
     if (m_streamer)
-        waitUntil([this] { return m_streamer->state() == Streamer::State::Stopped; }, StopWaitMs);
+        waitUntil([this] { return m_streamer->state() == Streamer::State::Stopped; }, kStopWaitMs);
     closePlayOutput();
     return stopped;
 }
@@ -958,7 +958,7 @@ bool Session::cmdDemo(const CommandArgs& args)
         return false;
     // Walk down the first lists until one holds something playable.
     MivoRoles playable;
-    for (int depth = 0; depth < DemoDepth && playable.isEmpty(); ++depth) {
+    for (int depth = 0; depth < kDemoDepth && playable.isEmpty(); ++depth) {
         CMPath next;
         for (const MivoRoles& row : page.rows) {
             if (row.type() == MivoRolesType::Audio) {

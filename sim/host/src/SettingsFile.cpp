@@ -12,9 +12,9 @@
 
 namespace {
 
-constexpr int FileFormat = 1;
-const QString FormatKey = QStringLiteral("format");
-const QString SettingsKey = QStringLiteral("settings");
+constexpr int kFileFormat = 1;
+const QString kFormatKey = QStringLiteral("format");
+const QString kSettingsKey = QStringLiteral("settings");
 
 /// The settings of a parsed document, or false when the document is not a settings file.
 bool settingsOf(const QJsonDocument& document, QHash<CMPath, QVariant>* values, QString* why)
@@ -24,15 +24,15 @@ bool settingsOf(const QJsonDocument& document, QHash<CMPath, QVariant>* values, 
         return false;
     }
     const QJsonObject top = document.object();
-    if (top.value(FormatKey).toInt(-1) != FileFormat) {
-        *why = QStringLiteral("unknown format (expected \"format\": %1)").arg(FileFormat);
+    if (top.value(kFormatKey).toInt(-1) != kFileFormat) {
+        *why = QStringLiteral("unknown format (expected \"format\": %1)").arg(kFileFormat);
         return false;
     }
-    if (!top.value(SettingsKey).isObject()) {
+    if (!top.value(kSettingsKey).isObject()) {
         *why = QStringLiteral("no \"settings\" object");
         return false;
     }
-    const QJsonObject settings = top.value(SettingsKey).toObject();
+    const QJsonObject settings = top.value(kSettingsKey).toObject();
     for (auto it = settings.constBegin(); it != settings.constEnd(); ++it) {
         const CMPath path = CMPath::fromEncoded(it.key());
         if (!it.key().startsWith(QLatin1Char('/'))) {
@@ -115,8 +115,8 @@ bool SettingsFile::save(const QHash<CMPath, QVariant>& values, QString* error) c
     for (auto it = values.cbegin(); it != values.cend(); ++it)
         settings.insert(it.key().toEncoded(), jsonvalues::toJson(it.value()));
     QJsonObject top;
-    top.insert(FormatKey, FileFormat);
-    top.insert(SettingsKey, settings);
+    top.insert(kFormatKey, kFileFormat);
+    top.insert(kSettingsKey, settings);
 
     const QString dir = QFileInfo(m_fileName).absolutePath();
     if (!QDir().mkpath(dir)) {

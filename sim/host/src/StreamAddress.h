@@ -8,10 +8,10 @@
 struct StreamAddress
 {
     /// The queue size when the address does not name one: 1 MiB.
-    static constexpr qint64 DefaultQueueSize = 1024 * 1024;
+    static constexpr qint64 kDefaultQueueSize = 1024 * 1024;
 
     QString socketPath;
-    qint64 queueSizeInBytes = DefaultQueueSize;
+    qint64 queueSizeInBytes = kDefaultQueueSize;
 
     /// Parses `uri`; false with `error` set for another scheme, an empty path or a queue size that
     /// is not a positive number.

@@ -16,12 +16,12 @@ namespace {
 
 /// How often the play-out clock advances; audio is played in units of ~20 ms, so 10 ms keeps
 /// the output within a unit of real time.
-constexpr int TickMs = 10;
+constexpr int kTickMs = 10;
 /// The play time is published this often (in media time), not on every unit.
-constexpr qint64 PlayTimeStepMs = 250;
-constexpr char LoopName[] = "streamer_io";
+constexpr qint64 kPlayTimeStepMs = 250;
+constexpr char kLoopName[] = "streamer_io";
 /// The host's identifier of the streamer's I/O thread in thread diagnostics.
-constexpr int LoopNumber = 2000;
+constexpr int kLoopNumber = 2000;
 
 CMError streamerError(const QString& name, const TrString& message)
 {
@@ -67,7 +67,7 @@ Streamer::Streamer(HostRoot& root, QObject* parent)
 {
     m_clock.start();
     m_tick.setTimerType(Qt::PreciseTimer);
-    m_tick.setInterval(TickMs);
+    m_tick.setInterval(kTickMs);
     connect(&m_tick, &QTimer::timeout, this, &Streamer::tick);
     m_senderTimer.setSingleShot(true);
     connect(&m_senderTimer, &QTimer::timeout, this, &Streamer::senderTimedOut);
@@ -99,7 +99,7 @@ bool Streamer::listen(QString* error)
     }
     m_socketPath = m_socketDir.filePath(QStringLiteral("streamer.sock"));
     try {
-        m_loop = std::make_unique<miscUtils::IOEventLoopThread>(LoopNumber, LoopName);
+        m_loop = std::make_unique<miscUtils::IOEventLoopThread>(kLoopNumber, kLoopName);
     } catch (const std::exception& e) {
         *error = QStringLiteral("Cannot start the streamer's I/O thread: %1").arg(e.what());
         return false;
@@ -368,7 +368,8 @@ void Streamer::sequenceInfo(quint64 connection, const QString& audioType,
     if (isAac(audioType))
         timing = PlayoutPacer::Timing::Adts;
     const int bitrate = params.value(QStringLiteral("bitrate")).toInt();
-    m_playback.pacer.reset(timing, bitrate > 0 ? bitrate / 8 : PlayoutPacer::DefaultBytesPerSecond);
+    m_playback.pacer.reset(timing,
+                           bitrate > 0 ? bitrate / 8 : PlayoutPacer::kDefaultBytesPerSecond);
 }
 
 void Streamer::senderGone(quint64 connection, smt2::ErrorID reason, bool unflushed)
@@ -431,7 +432,7 @@ void Streamer::tick()
 bool Streamer::playDueUnits()
 {
     while (m_playback.playedUs <= m_playback.clockUs) {
-        const QByteArray front = m_queue.peek(PlayoutPacer::LookAhead);
+        const QByteArray front = m_queue.peek(PlayoutPacer::kLookAhead);
         if (front.isEmpty())
             return true;
         const std::optional<PlayoutPacer::Unit> unit =
@@ -499,7 +500,7 @@ void Streamer::publishProgress(bool force)
         return;
     const qint64 ms = playTimeMs();
     if (force || m_playback.publishedPlayTimeMs < 0 ||
-        ms - m_playback.publishedPlayTimeMs >= PlayTimeStepMs) {
+        ms - m_playback.publishedPlayTimeMs >= kPlayTimeStepMs) {
         m_playback.publishedPlayTimeMs = ms;
         m_root.setValue(m_playback.playLogicPath + MivoPlayLogicPlayTimePath(),
                         MivoValue().setLongLong(ms).__variant());

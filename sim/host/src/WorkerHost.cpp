@@ -111,7 +111,7 @@ bool WorkerHost::start(const QVariantHash& settings, QString* error)
     }
     if (!m_worker) {
         *error = QStringLiteral("Module %1: %2 answered no worker")
-                     .arg(m_module->file(), QLatin1String(MivoWorkerCreateSymbol));
+                     .arg(m_module->file(), QLatin1String(kMivoWorkerCreateSymbol));
         return false;
     }
     listenToRowChanges();

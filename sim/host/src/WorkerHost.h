@@ -19,7 +19,7 @@ class WorkerHost : public QObject
 {
     Q_OBJECT
 public:
-    static constexpr int DefaultRequestTimeoutMs = 10000;
+    static constexpr int kDefaultRequestTimeoutMs = 10000;
 
     WorkerHost(std::unique_ptr<ModuleLibrary> module, QObject* parent = nullptr);
     /// Destroys the worker on its thread and stops the thread.
@@ -59,5 +59,5 @@ private:
     QThread m_thread;
     QObject* m_context = nullptr;         ///< lives on m_thread; the worker's host object
     CMAbstractWorker* m_worker = nullptr; ///< lives on m_thread; owned, deleted there
-    int m_timeoutMs = DefaultRequestTimeoutMs;
+    int m_timeoutMs = kDefaultRequestTimeoutMs;
 };

@@ -116,9 +116,9 @@ void PatternSender::sendBreaking(const std::string& socketPath)
     socketPath.copy(address.sun_path, sizeof address.sun_path - 1);
     timeval timeout = {5, 0};
     ::setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
-    std::uint8_t reply[smt2::wire::HeaderSize + 8];
+    std::uint8_t reply[smt2::wire::kHeaderSize + 8];
     bool ok = ::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
-              writeAll(fd, smt2::wire::encodeHello(smt2::wire::ProtocolVersion)) &&
+              writeAll(fd, smt2::wire::encodeHello(smt2::wire::kProtocolVersion)) &&
               ::recv(fd, reply, sizeof reply, MSG_WAITALL) == ssize_t(sizeof reply);
     QByteArray data;
     {
@@ -127,11 +127,11 @@ void PatternSender::sendBreaking(const std::string& socketPath)
     }
     for (int offset = 0; ok && offset < data.size() && !m_stopping; offset += m_chunk) {
         const QByteArray block = data.mid(offset, m_chunk);
-        std::vector<std::uint8_t> message(smt2::wire::HeaderSize + smt2::wire::TimestampsSize);
+        std::vector<std::uint8_t> message(smt2::wire::kHeaderSize + smt2::wire::kTimestampsSize);
         smt2::wire::writeHeader(message.data(), smt2::wire::MessageType::AudioFrame,
-                                std::uint32_t(smt2::wire::TimestampsSize + block.size()));
-        smt2::wire::putI64(message.data() + smt2::wire::HeaderSize, miscUtils::NoTimeValue);
-        smt2::wire::putI64(message.data() + smt2::wire::HeaderSize + 8, miscUtils::NoTimeValue);
+                                std::uint32_t(smt2::wire::kTimestampsSize + block.size()));
+        smt2::wire::putI64(message.data() + smt2::wire::kHeaderSize, miscUtils::NoTimeValue);
+        smt2::wire::putI64(message.data() + smt2::wire::kHeaderSize + 8, miscUtils::NoTimeValue);
         message.insert(message.end(), block.begin(), block.end());
         ok = writeAll(fd, message);
     }

@@ -14,15 +14,15 @@
 
 namespace {
 
-const CMPath ItemsPath("/test/items");
-const CMPath PlayLogicPath("/test/playlogic");
+const CMPath kItemsPath("/test/items");
+const CMPath kPlayLogicPath("/test/playlogic");
 /// The list's filler rows after the playable ones, so that paging has something to page.
-constexpr int FillerRows = 20;
+constexpr int kFillerRows = 20;
 
 MivoRoles playableRow(const QString& title, const CMPath& path)
 {
     MivoMetaData meta;
-    meta.setPlayLogicPath(PlayLogicPath).setServiceId(QStringLiteral("test"));
+    meta.setPlayLogicPath(kPlayLogicPath).setServiceId(QStringLiteral("test"));
     MivoResource resource;
     resource.setMimeType(QStringLiteral("application/octet-stream"));
     MivoMediaData media;
@@ -55,7 +55,7 @@ public:
         browse->setTitle("Test browse");
         browse->setNodes(nodes());
 
-        m_items = new CMListRowsNode(ItemsPath, nodes());
+        m_items = new CMListRowsNode(kItemsPath, nodes());
         m_items->setTitle("Test items");
         m_items->setNodes(nodes());
         m_items->rowsAppend(QList<MivoRoles>{
@@ -63,7 +63,7 @@ public:
             playableRow(QStringLiteral("Endless"), CMPath("/test/items/endless?bytes=100000")),
             playableRow(QStringLiteral("Breaking"), CMPath("/test/items/break?bytes=50000")),
         });
-        for (int i = 1; i <= FillerRows; ++i) {
+        for (int i = 1; i <= kFillerRows; ++i) {
             m_items->rowsAppend(MivoRoles()
                                     .setTitle(QStringLiteral("Row %1").arg(i))
                                     .setDescription(QStringLiteral("filler"))
@@ -71,10 +71,10 @@ public:
         }
         browse->rowsAppend(MivoRoles()
                                .setTitle(QStringLiteral("Test items"))
-                               .setPath(ItemsPath)
+                               .setPath(kItemsPath)
                                .setType(MivoRolesType::Container));
 
-        (new TestPlayLogic(PlayLogicPath,
+        (new TestPlayLogic(kPlayLogicPath,
                            settings.value(MivoWorkerSettingStreamUrlPrefix()).toString(), nodes()))
             ->setNodes(nodes());
         (new SilentNode(CMPath("/test/silent"), nodes()))->setNodes(nodes());
@@ -103,7 +103,7 @@ private:
     void closeItems(const CMSetDataRequest& request)
     {
         later(request,
-              [this] { subscribe().rowsChanged(ItemsPath, CMSubscribe::RowsChangeClose()); });
+              [this] { subscribe().rowsChanged(kItemsPath, CMSubscribe::RowsChangeClose()); });
     }
 
     CMListRowsNode* m_items;

@@ -25,24 +25,24 @@ inline QByteArray bytes(std::int64_t from, int count)
 }
 
 /// The length of every ADTS frame of the AAC pattern, header included.
-constexpr int AdtsFrameBytes = 256;
+constexpr int kAdtsFrameBytes = 256;
 /// 44.1 kHz (sampling frequency index 4): one frame of 1024 samples lasts 1024/44100 s.
-constexpr int AdtsSampleRateIndex = 4;
-constexpr int AdtsSampleRate = 44100;
+constexpr int kAdtsSampleRateIndex = 4;
+constexpr int kAdtsSampleRate = 44100;
 
 /// `frames` ADTS frames (MPEG-4 AAC LC, no CRC, one raw data block each) whose payloads are
 /// the plain pattern; what the streamer paces by its headers.
 inline QByteArray adtsFrames(int frames)
 {
     QByteArray out;
-    out.reserve(frames * AdtsFrameBytes);
+    out.reserve(frames * kAdtsFrameBytes);
     for (int f = 0; f < frames; ++f) {
-        const int length = AdtsFrameBytes;
+        const int length = kAdtsFrameBytes;
         const unsigned char header[7] = {
             0xFF,
             0xF1, // sync, MPEG-4, layer 0, no CRC
-            static_cast<unsigned char>((1 << 6) | (AdtsSampleRateIndex << 2)), // AAC LC
-            static_cast<unsigned char>(0x80 | ((length >> 11) & 0x03)),        // 2 channels
+            static_cast<unsigned char>((1 << 6) | (kAdtsSampleRateIndex << 2)), // AAC LC
+            static_cast<unsigned char>(0x80 | ((length >> 11) & 0x03)),         // 2 channels
             static_cast<unsigned char>((length >> 3) & 0xFF),
             static_cast<unsigned char>(((length & 0x07) << 5) | 0x1F),
             0xFC, // buffer fullness 0x7FF, one raw data block

@@ -9,7 +9,6 @@
 
 namespace {
 
-
 template <class F>
 cf::future_errc errorCodeOf(F&& f)
 {
@@ -149,18 +148,18 @@ TEST(Future, MoveOnlyContinuationsAreAccepted)
 
 TEST(Future, ContinuationsAttachedWhileSettingEachRunExactlyOnce)
 {
-    constexpr int attachers = 4;
-    constexpr int perThread = 200;
+    constexpr int kAttachers = 4;
+    constexpr int kPerThread = 200;
     cf::promise<int> p;
     auto f = p.get_future();
     std::atomic<int> runs{0};
     std::atomic<bool> go{false};
     std::vector<std::thread> threads;
-    for (int t = 0; t < attachers; ++t) {
+    for (int t = 0; t < kAttachers; ++t) {
         threads.emplace_back([&] {
             while (!go.load())
                 std::this_thread::yield();
-            for (int i = 0; i < perThread; ++i)
+            for (int i = 0; i < kPerThread; ++i)
                 f.then([&runs](cf::future<int> r) { runs += r.get(); });
         });
     }
@@ -168,7 +167,7 @@ TEST(Future, ContinuationsAttachedWhileSettingEachRunExactlyOnce)
     p.set_value(1);
     for (auto& t : threads)
         t.join();
-    EXPECT_EQ(runs.load(), attachers * perThread);
+    EXPECT_EQ(runs.load(), kAttachers * kPerThread);
 }
 
 } // namespace

@@ -19,9 +19,9 @@ namespace {
 class RootTest : public ::testing::Test
 {
 protected:
-    void SetUp() override { CMSetRoot(&root); }
+    void SetUp() override { CMSetRoot(&m_root); }
     void TearDown() override { CMSetRoot(nullptr); }
-    CMMemoryRoot root;
+    CMMemoryRoot m_root;
 };
 
 class RecordingPlayLogic : public PlayLogicBase
@@ -33,12 +33,12 @@ public:
     void pause(const CMSetDataRequest& request) override { record(request); }
     void next(const CMSetDataRequest& request) override { record(request); }
     void previous(const CMSetDataRequest& request) override { record(request); }
-    QStringList calls;
+    QStringList m_calls;
 
 private:
     void record(const CMSetDataRequest& request)
     {
-        calls << request.role();
+        m_calls << request.role();
         request.reply().setResult();
     }
 };
@@ -133,7 +133,7 @@ TEST_F(RootTest, PlayLogicRequestsReachTheirOperationsAndDataIsPublished)
 
     CMSetDataRequest pause(CMPath("/t/playlogic"), PlayLogicBase::Pause(), QVariant());
     EXPECT_TRUE(logic.setDataRequest(pause));
-    EXPECT_EQ(logic.calls, QStringList{"pause"});
+    EXPECT_EQ(logic.m_calls, QStringList{"pause"});
 
     CMSetDataRequest like(CMPath("/t/playlogic"), PlayLogicBase::Like(), QVariant());
     logic.setDataRequest(like);

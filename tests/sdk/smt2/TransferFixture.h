@@ -147,30 +147,31 @@ protected:
         ASSERT_NE(mkdtemp(pattern), nullptr);
         m_dir = pattern;
         m_socketPath = m_dir + "/stream.sock";
-        channel.setSocketAddress(m_socketPath);
-        channel.setSendBufferSize(131072);
-        sender.setTransportChannel(channel);
-        senderLog.attach(sender);
+        m_channel.setSocketAddress(m_socketPath);
+        m_channel.setSendBufferSize(131072);
+        m_sender.setTransportChannel(m_channel);
+        m_senderLog.attach(m_sender);
     }
 
     void TearDown() override
     {
-        receiver.close();
+        m_receiver.close();
         ::unlink(m_socketPath.c_str());
         ::rmdir(m_dir.c_str());
     }
 
-    // A listening receiver that reports into receiverLog.
+    // A listening receiver that reports into m_receiverLog.
     void startReceiver(bool holdFlushes = false)
     {
-        receiverLog.attach(receiver, holdFlushes);
-        ASSERT_EQ(receiver.listen(m_socketPath), smt2::ErrorID::NoError) << receiver.errorString();
+        m_receiverLog.attach(m_receiver, holdFlushes);
+        ASSERT_EQ(m_receiver.listen(m_socketPath), smt2::ErrorID::NoError)
+            << m_receiver.errorString();
     }
 
     void connectSender()
     {
-        ASSERT_EQ(await(sender.connect()), smt2::ErrorID::NoError);
-        ASSERT_TRUE(receiverLog.waitUntil([](ReceiverLog& log) { return log.m_connected > 0; }));
+        ASSERT_EQ(await(m_sender.connect()), smt2::ErrorID::NoError);
+        ASSERT_TRUE(m_receiverLog.waitUntil([](ReceiverLog& log) { return log.m_connected > 0; }));
     }
 
     const std::string& socketPath() const { return m_socketPath; }
@@ -178,15 +179,15 @@ protected:
     std::string m_dir;
     std::string m_socketPath;
     // Declared in dependency order: loops first, so that they outlive what runs on them.
-    miscUtils::IOEventLoopThread receiverLoop{2, "smt2_rx"};
-    miscUtils::IOEventLoopThread senderLoop{1000, "smt2_tx"};
+    miscUtils::IOEventLoopThread m_receiverLoop{2, "smt2_rx"};
+    miscUtils::IOEventLoopThread m_senderLoop{1000, "smt2_tx"};
     // The logs outlive the objects whose callbacks write into them.
-    ReceiverLog receiverLog;
-    SenderLog senderLog;
-    smt2::BufferPool pool;
-    smt2::UnixClientSocketChannel channel{senderLoop};
-    smt2::AudioSender sender{pool};
-    smt2::AudioReceiver receiver{receiverLoop};
+    ReceiverLog m_receiverLog;
+    SenderLog m_senderLog;
+    smt2::BufferPool m_pool;
+    smt2::UnixClientSocketChannel m_channel{m_senderLoop};
+    smt2::AudioSender m_sender{m_pool};
+    smt2::AudioReceiver m_receiver{m_receiverLoop};
 };
 
 } // namespace smt2test

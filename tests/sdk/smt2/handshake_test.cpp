@@ -70,9 +70,9 @@ private:
 
 TEST_F(TransferTest, ConnectToAMissingSocketFailsCleanly)
 {
-    EXPECT_EQ(await(sender.connect()), ErrorID::ConnectFailed);
-    EXPECT_EQ(senderLog.states(), (std::vector<int>{1, 0}));
-    EXPECT_EQ(await(sender.sendAudioData(0, 0, std::vector<std::uint8_t>(10))),
+    EXPECT_EQ(await(m_sender.connect()), ErrorID::ConnectFailed);
+    EXPECT_EQ(m_senderLog.states(), (std::vector<int>{1, 0}));
+    EXPECT_EQ(await(m_sender.sendAudioData(0, 0, std::vector<std::uint8_t>(10))),
               ErrorID::NotConnected);
 
     startReceiver(); // the same sender connects once there is someone to connect to
@@ -81,12 +81,12 @@ TEST_F(TransferTest, ConnectToAMissingSocketFailsCleanly)
 
 TEST_F(TransferTest, SenderWithoutChannelOrAddressRefusesClearly)
 {
-    smt2::AudioSender lonely(pool);
+    smt2::AudioSender lonely(m_pool);
     EXPECT_EQ(await(lonely.connect()), ErrorID::NoTransportChannel);
     EXPECT_EQ(await(lonely.sendAudioData(0, 0, {})), ErrorID::NotConnected);
     EXPECT_EQ(await(lonely.sendFlush()), ErrorID::NotConnected);
 
-    smt2::UnixClientSocketChannel unaddressed(senderLoop);
+    smt2::UnixClientSocketChannel unaddressed(m_senderLoop);
     ASSERT_TRUE(lonely.setTransportChannel(unaddressed));
     EXPECT_EQ(await(lonely.connect()), ErrorID::ConnectFailed);
 
@@ -97,36 +97,36 @@ TEST_F(TransferTest, SenderWithoutChannelOrAddressRefusesClearly)
     miscUtils::IOEventLoopThread otherLoop(3, "other");
     smt2::UnixClientSocketChannel elsewhere(otherLoop);
     EXPECT_FALSE(lonely.setTransportChannel(elsewhere));
-    smt2::UnixClientSocketChannel sameLoop(senderLoop);
+    smt2::UnixClientSocketChannel sameLoop(m_senderLoop);
     EXPECT_TRUE(lonely.setTransportChannel(sameLoop));
 }
 
 TEST_F(TransferTest, Smt2AddressesAreAcceptedByBothEndsAndConnectingTwiceIsRefused)
 {
-    receiverLog.attach(receiver);
-    ASSERT_EQ(receiver.listen("smt2://" + socketPath() + "?queueSizeInBytes=1048576"),
+    m_receiverLog.attach(m_receiver);
+    ASSERT_EQ(m_receiver.listen("smt2://" + socketPath() + "?queueSizeInBytes=1048576"),
               ErrorID::NoError);
-    EXPECT_EQ(receiver.socketPath(), socketPath());
-    channel.setSocketAddress("smt2://" + socketPath() + "?queueSizeInBytes=1048576");
-    EXPECT_EQ(channel.socketAddress(), socketPath());
+    EXPECT_EQ(m_receiver.socketPath(), socketPath());
+    m_channel.setSocketAddress("smt2://" + socketPath() + "?queueSizeInBytes=1048576");
+    EXPECT_EQ(m_channel.socketAddress(), socketPath());
     connectSender();
-    EXPECT_EQ(await(sender.connect()), ErrorID::AlreadyConnected);
-    EXPECT_EQ(await(sender.sendAudioData(0, 0, std::vector<std::uint8_t>(1))), ErrorID::NoError);
+    EXPECT_EQ(await(m_sender.connect()), ErrorID::AlreadyConnected);
+    EXPECT_EQ(await(m_sender.sendAudioData(0, 0, std::vector<std::uint8_t>(1))), ErrorID::NoError);
 }
 
 TEST_F(TransferTest, VersionMismatchEitherWayFailsTheHandshake)
 {
-    receiver.setProtocolVersion(smt2::wire::ProtocolVersion + 1);
+    m_receiver.setProtocolVersion(smt2::wire::kProtocolVersion + 1);
     startReceiver();
-    EXPECT_EQ(await(sender.connect()), ErrorID::VersionMismatch);
-    EXPECT_EQ(senderLog.handshakeFailures(), 1);
-    EXPECT_EQ(senderLog.states(), (std::vector<int>{1, 2, 0}));
-    EXPECT_EQ(sender.state(), smt2::SenderState::Disconnected);
+    EXPECT_EQ(await(m_sender.connect()), ErrorID::VersionMismatch);
+    EXPECT_EQ(m_senderLog.handshakeFailures(), 1);
+    EXPECT_EQ(m_senderLog.states(), (std::vector<int>{1, 2, 0}));
+    EXPECT_EQ(m_sender.state(), smt2::SenderState::Disconnected);
 
     // The refused sender was never announced, and the receiver serves the next one.
-    receiver.setProtocolVersion(smt2::wire::ProtocolVersion);
+    m_receiver.setProtocolVersion(smt2::wire::kProtocolVersion);
     connectSender();
-    receiverLog.read([](ReceiverLog& log) {
+    m_receiverLog.read([](ReceiverLog& log) {
         EXPECT_EQ(log.m_connected, 1);
         EXPECT_TRUE(log.m_disconnects.empty());
     });
@@ -137,19 +137,19 @@ TEST_F(TransferTest, SecondSenderWaitsUntilTheFirstHasGone)
     startReceiver();
     connectSender();
 
-    smt2::UnixClientSocketChannel secondChannel(senderLoop);
+    smt2::UnixClientSocketChannel secondChannel(m_senderLoop);
     secondChannel.setSocketAddress(socketPath());
-    smt2::AudioSender second(pool);
+    smt2::AudioSender second(m_pool);
     second.setTransportChannel(secondChannel);
     second.setHandshakeTimeout(kPatience * 2);
     auto secondConnected = second.connect();
     // A full round trip of the first sender: the receiver is busy with it, not with the second.
-    EXPECT_EQ(await(sender.sendFlush()), ErrorID::NoError);
-    receiverLoop.invoke([] {}).wait();
+    EXPECT_EQ(await(m_sender.sendFlush()), ErrorID::NoError);
+    m_receiverLoop.invoke([] {}).wait();
     EXPECT_FALSE(secondConnected.is_ready());
     EXPECT_EQ(second.state(), smt2::SenderState::Handshaking);
 
-    sender.disconnect();
+    m_sender.disconnect();
     EXPECT_EQ(await(secondConnected), ErrorID::NoError);
     EXPECT_EQ(await(second.sendFlush()), ErrorID::NoError);
 }
@@ -158,15 +158,15 @@ TEST_F(TransferTest, SilentReceiverFailsTheHandshakeAfterItsTimeout)
 {
     RawSocket silent = RawSocket::listenOn(socketPath()); // accepts into its backlog, never answers
     ASSERT_TRUE(silent.valid());
-    sender.setHandshakeTimeout(50ms);
-    EXPECT_EQ(await(sender.connect()), ErrorID::HandshakeFailed);
-    EXPECT_EQ(senderLog.handshakeFailures(), 1);
-    EXPECT_EQ(senderLog.states(), (std::vector<int>{1, 2, 0}));
+    m_sender.setHandshakeTimeout(50ms);
+    EXPECT_EQ(await(m_sender.connect()), ErrorID::HandshakeFailed);
+    EXPECT_EQ(m_senderLog.handshakeFailures(), 1);
+    EXPECT_EQ(m_senderLog.states(), (std::vector<int>{1, 2, 0}));
 }
 
 TEST_F(TransferTest, SilentSenderIsDroppedAndTheNextOneServed)
 {
-    receiver.setHandshakeTimeout(50ms);
+    m_receiver.setHandshakeTimeout(50ms);
     startReceiver();
     RawSocket silent = RawSocket::connectTo(socketPath());
     ASSERT_TRUE(silent.valid());
@@ -179,34 +179,34 @@ TEST_F(TransferTest, ReceiverDropsASenderThatBreaksTheProtocol)
     startReceiver();
     RawSocket rogue = RawSocket::connectTo(socketPath());
     ASSERT_TRUE(rogue.valid());
-    ASSERT_TRUE(rogue.send(smt2::wire::encodeHello(smt2::wire::ProtocolVersion)));
+    ASSERT_TRUE(rogue.send(smt2::wire::encodeHello(smt2::wire::kProtocolVersion)));
     ASSERT_TRUE(rogue.send(smt2::wire::encodeMessage(static_cast<smt2::wire::MessageType>(99))));
     const auto reply = rogue.readToEnd(); // the HelloReply, then the end of the stream
     ASSERT_EQ(reply, smt2::wire::encodeHelloReply(smt2::wire::HelloStatus::Accepted,
-                                                  smt2::wire::ProtocolVersion));
+                                                  smt2::wire::kProtocolVersion));
     ASSERT_TRUE(
-        receiverLog.waitUntil([](ReceiverLog& log) { return log.m_disconnects.size() == 1; }));
-    receiverLog.read(
+        m_receiverLog.waitUntil([](ReceiverLog& log) { return log.m_disconnects.size() == 1; }));
+    m_receiverLog.read(
         [](ReceiverLog& log) { EXPECT_EQ(log.m_disconnects[0], ErrorID::ProtocolError); });
     connectSender();
 }
 
 TEST_F(TransferTest, ListenRefusesBadPathsWithAReason)
 {
-    EXPECT_EQ(receiver.listen(m_dir + "/" + std::string(150, 'a')), ErrorID::InvalidArgument);
-    EXPECT_NE(receiver.errorString().find("longer"), std::string::npos);
+    EXPECT_EQ(m_receiver.listen(m_dir + "/" + std::string(150, 'a')), ErrorID::InvalidArgument);
+    EXPECT_NE(m_receiver.errorString().find("longer"), std::string::npos);
 
     const std::string regular = m_dir + "/not-a-socket";
     std::ofstream(regular) << "keep me";
-    EXPECT_EQ(receiver.listen(regular), ErrorID::InvalidArgument);
-    EXPECT_NE(receiver.errorString().find("not a socket"), std::string::npos);
+    EXPECT_EQ(m_receiver.listen(regular), ErrorID::InvalidArgument);
+    EXPECT_NE(m_receiver.errorString().find("not a socket"), std::string::npos);
     std::string kept;
     std::getline(std::ifstream(regular), kept);
     EXPECT_EQ(kept, "keep me");
     ::unlink(regular.c_str());
 
-    ASSERT_EQ(receiver.listen(socketPath()), ErrorID::NoError);
-    EXPECT_EQ(receiver.listen(socketPath()), ErrorID::InvalidArgument);
+    ASSERT_EQ(m_receiver.listen(socketPath()), ErrorID::NoError);
+    EXPECT_EQ(m_receiver.listen(socketPath()), ErrorID::InvalidArgument);
 }
 
 TEST_F(TransferTest, StaleSocketFileIsReplacedAndRemovedOnClose)
@@ -217,7 +217,7 @@ TEST_F(TransferTest, StaleSocketFileIsReplacedAndRemovedOnClose)
     }
     startReceiver();
     connectSender();
-    receiver.close();
+    m_receiver.close();
     EXPECT_NE(::access(socketPath().c_str(), F_OK), 0);
 }
 

@@ -25,19 +25,19 @@ TEST_F(TransferTest, FramesArriveWithTheirTimestampsAndFormat)
     startReceiver();
     miscUtils::VariantHash params;
     params.insert("channels", 2);
-    sender.setAudioSequenceInfo(audioUtils::opaqueAudioType(), params); // before connecting
+    m_sender.setAudioSequenceInfo(audioUtils::opaqueAudioType(), params); // before connecting
     connectSender();
-    EXPECT_EQ(senderLog.states(), (std::vector<int>{1, 2, 3}));
-    EXPECT_EQ(sender.state(), smt2::SenderState::Connected);
+    EXPECT_EQ(m_senderLog.states(), (std::vector<int>{1, 2, 3}));
+    EXPECT_EQ(m_sender.state(), smt2::SenderState::Connected);
 
     const QByteArray first = patternBytes(1000, 1);
     const QByteArray second = patternBytes(3, 2);
-    EXPECT_EQ(await(sender.sendAudioData(90000, 89000, first)), ErrorID::NoError);
-    EXPECT_EQ(await(sender.sendAudioData(miscUtils::NoTimeValue, miscUtils::NoTimeValue, second)),
+    EXPECT_EQ(await(m_sender.sendAudioData(90000, 89000, first)), ErrorID::NoError);
+    EXPECT_EQ(await(m_sender.sendAudioData(miscUtils::NoTimeValue, miscUtils::NoTimeValue, second)),
               ErrorID::NoError);
-    ASSERT_TRUE(receiverLog.waitUntil([](ReceiverLog& log) { return log.m_frames.size() == 2; }));
+    ASSERT_TRUE(m_receiverLog.waitUntil([](ReceiverLog& log) { return log.m_frames.size() == 2; }));
 
-    receiverLog.read([&](ReceiverLog& log) {
+    m_receiverLog.read([&](ReceiverLog& log) {
         ASSERT_EQ(log.m_sequenceInfo.size(), 1u);
         EXPECT_EQ(log.m_sequenceInfo[0].first, "audio/x-opaque");
         EXPECT_EQ(log.m_sequenceInfo[0].second.value("channels").toInt(), 2);
@@ -55,28 +55,28 @@ TEST_F(TransferTest, StalledReceiverHoldsSendsBackAndLosesNothing)
 {
     startReceiver();
     connectSender();
-    receiver.pauseReading();
+    m_receiver.pauseReading();
 
     // Far more than the socket buffers can hold: the last sends cannot complete while the
     // receiver does not read, whatever the timing.
-    constexpr int sends = 128;
-    constexpr int size = 64 * 1024;
+    constexpr int kSends = 128;
+    constexpr int kSize = 64 * 1024;
     std::vector<smt2::Future<ErrorID>> results;
-    for (int i = 0; i < sends; ++i)
-        results.push_back(sender.sendAudioData(i, i, patternBytes(size, static_cast<char>(i))));
+    for (int i = 0; i < kSends; ++i)
+        results.push_back(m_sender.sendAudioData(i, i, patternBytes(kSize, static_cast<char>(i))));
     EXPECT_EQ(await(results.front()), ErrorID::NoError);
     EXPECT_FALSE(results.back().is_ready());
-    receiverLog.read([](ReceiverLog& log) { EXPECT_TRUE(log.m_frames.empty()); });
+    m_receiverLog.read([](ReceiverLog& log) { EXPECT_TRUE(log.m_frames.empty()); });
 
-    receiver.resumeReading();
+    m_receiver.resumeReading();
     for (auto& result : results)
         EXPECT_EQ(await(result), ErrorID::NoError);
     ASSERT_TRUE(
-        receiverLog.waitUntil([](ReceiverLog& log) { return log.m_frames.size() == sends; }));
-    receiverLog.read([](ReceiverLog& log) {
-        for (int i = 0; i < sends; ++i) {
+        m_receiverLog.waitUntil([](ReceiverLog& log) { return log.m_frames.size() == kSends; }));
+    m_receiverLog.read([](ReceiverLog& log) {
+        for (int i = 0; i < kSends; ++i) {
             EXPECT_EQ(log.m_frames[i].pts, i);
-            EXPECT_EQ(log.m_frames[i].data, patternBytes(size, static_cast<char>(i)))
+            EXPECT_EQ(log.m_frames[i].data, patternBytes(kSize, static_cast<char>(i)))
                 << "frame " << i;
         }
     });
@@ -85,25 +85,25 @@ TEST_F(TransferTest, StalledReceiverHoldsSendsBackAndLosesNothing)
 TEST_F(TransferTest, PausingFromTheFrameCallbackStopsBeforeTheNextFrame)
 {
     std::atomic<int> delivered{0};
-    receiverLog.attach(receiver);
-    receiver.onAudioFrame([&](const smt2::AudioFrame&) {
+    m_receiverLog.attach(m_receiver);
+    m_receiver.onAudioFrame([&](const smt2::AudioFrame&) {
         ++delivered;
-        receiver.pauseReading();
+        m_receiver.pauseReading();
     });
-    ASSERT_EQ(receiver.listen(socketPath()), ErrorID::NoError);
+    ASSERT_EQ(m_receiver.listen(socketPath()), ErrorID::NoError);
     connectSender();
     std::vector<smt2::Future<ErrorID>> results;
     for (int i = 0; i < 3; ++i)
-        results.push_back(sender.sendAudioData(i, i, patternBytes(100, static_cast<char>(i))));
+        results.push_back(m_sender.sendAudioData(i, i, patternBytes(100, static_cast<char>(i))));
     for (auto& result : results)
         EXPECT_EQ(await(result), ErrorID::NoError); // all three are in the socket
 
     // Each resume lets exactly one frame through, also when the next ones are already read.
     for (int expected = 1; expected <= 3; ++expected) {
         ASSERT_TRUE(eventually([&] { return delivered.load() >= expected; }));
-        receiverLoop.invoke([] {}).wait(); // a wrongly delivered extra frame would land by now
+        m_receiverLoop.invoke([] {}).wait(); // a wrongly delivered extra frame would land by now
         EXPECT_EQ(delivered.load(), expected);
-        receiver.resumeReading();
+        m_receiver.resumeReading();
     }
 }
 
@@ -113,27 +113,29 @@ TEST_F(TransferTest, FlushReachesAPausedReceiverAndDropsTheUnreadAudioBeforeIt)
     miscUtils::VariantHash params;
     params.insert("rate", 48000);
     connectSender();
-    receiver.pauseReading();
+    m_receiver.pauseReading();
     for (int i = 0; i < 10; ++i)
-        EXPECT_EQ(await(sender.sendAudioData(i, i, patternBytes(1024, 0))), ErrorID::NoError);
-    sender.setAudioSequenceInfo("audio/x-opaque", params);
-    auto flushed = sender.sendFlush();
+        EXPECT_EQ(await(m_sender.sendAudioData(i, i, patternBytes(1024, 0))), ErrorID::NoError);
+    m_sender.setAudioSequenceInfo("audio/x-opaque", params);
+    auto flushed = m_sender.sendFlush();
 
     // Reported although nobody reads frames, with the frames before it gone.
-    ASSERT_TRUE(receiverLog.waitUntil([](ReceiverLog& log) { return log.m_flushes.size() == 1; }));
-    receiverLog.read([](ReceiverLog& log) {
+    ASSERT_TRUE(
+        m_receiverLog.waitUntil([](ReceiverLog& log) { return log.m_flushes.size() == 1; }));
+    m_receiverLog.read([](ReceiverLog& log) {
         EXPECT_TRUE(log.m_frames.empty());
         ASSERT_EQ(log.m_sequenceInfo.size(), 1u); // a format change is kept
         EXPECT_EQ(log.m_sequenceInfo[0].second.value("rate").toInt(), 48000);
     });
-    receiver.acknowledgeFlush(receiverLog.read([](ReceiverLog& log) { return log.m_flushes[0]; }));
+    m_receiver.acknowledgeFlush(
+        m_receiverLog.read([](ReceiverLog& log) { return log.m_flushes[0]; }));
     EXPECT_EQ(await(flushed), ErrorID::NoError);
 
-    EXPECT_EQ(await(sender.sendAudioData(100, 100, patternBytes(10, 9))), ErrorID::NoError);
-    receiver.resumeReading();
-    ASSERT_TRUE(receiverLog.waitUntil([](ReceiverLog& log) { return !log.m_frames.empty(); }));
-    receiverLoop.invoke([] {}).wait();
-    receiverLog.read([](ReceiverLog& log) {
+    EXPECT_EQ(await(m_sender.sendAudioData(100, 100, patternBytes(10, 9))), ErrorID::NoError);
+    m_receiver.resumeReading();
+    ASSERT_TRUE(m_receiverLog.waitUntil([](ReceiverLog& log) { return !log.m_frames.empty(); }));
+    m_receiverLoop.invoke([] {}).wait();
+    m_receiverLog.read([](ReceiverLog& log) {
         ASSERT_EQ(log.m_frames.size(), 1u);
         EXPECT_EQ(log.m_frames[0].pts, 100);
     });
@@ -143,17 +145,17 @@ TEST_F(TransferTest, ReceiverGoingAwayFailsPendingAndLaterSends)
 {
     startReceiver(/*holdFlushes=*/true);
     connectSender();
-    receiver.pauseReading();
+    m_receiver.pauseReading();
     std::vector<smt2::Future<ErrorID>> results;
     for (int i = 0; i < 64; ++i)
-        results.push_back(sender.sendAudioData(i, i, patternBytes(64 * 1024, 0)));
-    auto flushed = sender.sendFlush();
+        results.push_back(m_sender.sendAudioData(i, i, patternBytes(64 * 1024, 0)));
+    auto flushed = m_sender.sendFlush();
     EXPECT_EQ(await(results.front()), ErrorID::NoError);
     // Every send has reached the sender's queue (sends still on their way to it when the
     // connection breaks would find it gone: NotConnected).
-    senderLoop.invoke([] {}).wait();
+    m_senderLoop.invoke([] {}).wait();
 
-    receiver.close(); // unread data in its socket: the sender sees a reset or an end of stream
+    m_receiver.close(); // unread data in its socket: the sender sees a reset or an end of stream
 
     EXPECT_EQ(await(results.back()), ErrorID::Disconnected);
     EXPECT_EQ(await(flushed), ErrorID::Disconnected);
@@ -162,40 +164,44 @@ TEST_F(TransferTest, ReceiverGoingAwayFailsPendingAndLaterSends)
         EXPECT_TRUE(error == ErrorID::NoError || error == ErrorID::Disconnected)
             << smt2::toString(error);
     }
-    EXPECT_EQ(await(sender.sendAudioData(0, 0, patternBytes(10, 0))), ErrorID::NotConnected);
-    EXPECT_EQ(await(sender.sendFlush()), ErrorID::NotConnected);
-    EXPECT_EQ(sender.state(), smt2::SenderState::Disconnected);
-    EXPECT_EQ(senderLog.states().back(), 0);
-    EXPECT_EQ(senderLog.handshakeFailures(), 0);
+    EXPECT_EQ(await(m_sender.sendAudioData(0, 0, patternBytes(10, 0))), ErrorID::NotConnected);
+    EXPECT_EQ(await(m_sender.sendFlush()), ErrorID::NotConnected);
+    EXPECT_EQ(m_sender.state(), smt2::SenderState::Disconnected);
+    EXPECT_EQ(m_senderLog.states().back(), 0);
+    EXPECT_EQ(m_senderLog.handshakeFailures(), 0);
 }
 
 TEST_F(TransferTest, DisconnectCancelsPendingWorkSaysGoodbyeAndLateAcknowledgementsAreIgnored)
 {
     startReceiver(/*holdFlushes=*/true);
     connectSender();
-    auto firstFlush = sender.sendFlush();
-    ASSERT_TRUE(receiverLog.waitUntil([](ReceiverLog& log) { return log.m_flushes.size() == 1; }));
-    sender.disconnect();
+    auto firstFlush = m_sender.sendFlush();
+    ASSERT_TRUE(
+        m_receiverLog.waitUntil([](ReceiverLog& log) { return log.m_flushes.size() == 1; }));
+    m_sender.disconnect();
     EXPECT_EQ(await(firstFlush), ErrorID::Cancelled);
     ASSERT_TRUE(
-        receiverLog.waitUntil([](ReceiverLog& log) { return log.m_disconnects.size() == 1; }));
-    receiverLog.read([](ReceiverLog& log) { EXPECT_EQ(log.m_disconnects[0], ErrorID::NoError); });
-    EXPECT_EQ(senderLog.states(), (std::vector<int>{1, 2, 3, 4, 0}));
-    sender.disconnect(); // twice is harmless
-    EXPECT_EQ(await(sender.sendAudioData(0, 0, patternBytes(1, 0))), ErrorID::NotConnected);
+        m_receiverLog.waitUntil([](ReceiverLog& log) { return log.m_disconnects.size() == 1; }));
+    m_receiverLog.read([](ReceiverLog& log) { EXPECT_EQ(log.m_disconnects[0], ErrorID::NoError); });
+    EXPECT_EQ(m_senderLog.states(), (std::vector<int>{1, 2, 3, 4, 0}));
+    m_sender.disconnect(); // twice is harmless
+    EXPECT_EQ(await(m_sender.sendAudioData(0, 0, patternBytes(1, 0))), ErrorID::NotConnected);
 
     // The acknowledgement of the ended connection's flush must not complete the new one, which
     // has the same flush id, 1.
     connectSender();
-    auto secondFlush = sender.sendFlush();
-    ASSERT_TRUE(receiverLog.waitUntil([](ReceiverLog& log) { return log.m_flushes.size() == 2; }));
-    receiver.acknowledgeFlush(receiverLog.read([](ReceiverLog& log) { return log.m_flushes[0]; }));
-    EXPECT_EQ(await(sender.sendAudioData(0, 0, patternBytes(1, 0))), ErrorID::NoError);
-    ASSERT_TRUE(receiverLog.waitUntil([](ReceiverLog& log) { return log.m_frames.size() == 1; }));
-    receiverLoop.invoke([] {}).wait();
-    senderLoop.invoke([] {}).wait();
+    auto secondFlush = m_sender.sendFlush();
+    ASSERT_TRUE(
+        m_receiverLog.waitUntil([](ReceiverLog& log) { return log.m_flushes.size() == 2; }));
+    m_receiver.acknowledgeFlush(
+        m_receiverLog.read([](ReceiverLog& log) { return log.m_flushes[0]; }));
+    EXPECT_EQ(await(m_sender.sendAudioData(0, 0, patternBytes(1, 0))), ErrorID::NoError);
+    ASSERT_TRUE(m_receiverLog.waitUntil([](ReceiverLog& log) { return log.m_frames.size() == 1; }));
+    m_receiverLoop.invoke([] {}).wait();
+    m_senderLoop.invoke([] {}).wait();
     EXPECT_FALSE(secondFlush.is_ready());
-    receiver.acknowledgeFlush(receiverLog.read([](ReceiverLog& log) { return log.m_flushes[1]; }));
+    m_receiver.acknowledgeFlush(
+        m_receiverLog.read([](ReceiverLog& log) { return log.m_flushes[1]; }));
     EXPECT_EQ(await(secondFlush), ErrorID::NoError);
 }
 
@@ -203,13 +209,13 @@ TEST_F(TransferTest, ContinuationsRunOnTheSendersLoopThread)
 {
     startReceiver();
     connectSender();
-    receiver.pauseReading();
+    m_receiver.pauseReading();
     // Bigger than the socket buffers, so it is certainly still pending when then() attaches.
-    auto pending = sender.sendAudioData(0, 0, patternBytes(4 * 1024 * 1024, 0));
+    auto pending = m_sender.sendAudioData(0, 0, patternBytes(4 * 1024 * 1024, 0));
     auto ranOnLoop =
-        pending.then([this](smt2::Future<ErrorID>) { return senderLoop.isLoopThread(); });
+        pending.then([this](smt2::Future<ErrorID>) { return m_senderLoop.isLoopThread(); });
     EXPECT_FALSE(pending.is_ready());
-    receiver.resumeReading();
+    m_receiver.resumeReading();
     ASSERT_EQ(ranOnLoop.wait_for(kPatience), std::future_status::ready);
     EXPECT_TRUE(ranOnLoop.get());
 }
@@ -218,9 +224,9 @@ TEST_F(TransferTest, OversizedSendIsRefused)
 {
     startReceiver();
     connectSender();
-    std::vector<std::uint8_t> huge(smt2::wire::MaxAudioBytes + 1);
-    EXPECT_EQ(await(sender.sendAudioData(0, 0, huge)), ErrorID::InvalidArgument);
-    EXPECT_EQ(await(sender.sendAudioData(0, 0, patternBytes(1, 0))),
+    std::vector<std::uint8_t> huge(smt2::wire::kMaxAudioBytes + 1);
+    EXPECT_EQ(await(m_sender.sendAudioData(0, 0, huge)), ErrorID::InvalidArgument);
+    EXPECT_EQ(await(m_sender.sendAudioData(0, 0, patternBytes(1, 0))),
               ErrorID::NoError); // still usable
 }
 

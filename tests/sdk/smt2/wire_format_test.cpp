@@ -14,7 +14,7 @@ namespace wire = smt2::wire;
 std::vector<std::uint8_t> audioMessage(std::int64_t pts, std::int64_t dts,
                                        const std::vector<std::uint8_t>& data)
 {
-    std::vector<std::uint8_t> payload(wire::TimestampsSize);
+    std::vector<std::uint8_t> payload(wire::kTimestampsSize);
     wire::putI64(payload.data(), pts);
     wire::putI64(payload.data() + 8, dts);
     payload.insert(payload.end(), data.begin(), data.end());
@@ -45,26 +45,27 @@ TEST(WireFormat, IntegersAreBigEndian)
 TEST(WireFormat, HeaderLayout)
 {
     const auto flush = wire::encodeFlush(7);
-    ASSERT_EQ(flush.size(), wire::HeaderSize + 4);
+    ASSERT_EQ(flush.size(), wire::kHeaderSize + 4);
     const std::vector<std::uint8_t> expected{0, 5, 0, 0, 0, 0, 0, 4, 0, 0, 0, 7};
     EXPECT_EQ(flush, expected);
 }
 
 TEST(WireFormat, ControlMessagesRoundTrip)
 {
-    const auto hello = wire::encodeHello(wire::ProtocolVersion);
-    EXPECT_EQ(std::memcmp(hello.data() + wire::HeaderSize, "SMT2", 4), 0);
-    EXPECT_EQ(wire::decodeHello(smt2::ByteSpan(hello.data() + wire::HeaderSize, 8)),
-              wire::ProtocolVersion);
+    const auto hello = wire::encodeHello(wire::kProtocolVersion);
+    EXPECT_EQ(std::memcmp(hello.data() + wire::kHeaderSize, "SMT2", 4), 0);
+    EXPECT_EQ(wire::decodeHello(smt2::ByteSpan(hello.data() + wire::kHeaderSize, 8)),
+              wire::kProtocolVersion);
 
     const auto reply = wire::encodeHelloReply(wire::HelloStatus::VersionNotSupported, 9);
-    const auto decoded = wire::decodeHelloReply(smt2::ByteSpan(reply.data() + wire::HeaderSize, 8));
+    const auto decoded =
+        wire::decodeHelloReply(smt2::ByteSpan(reply.data() + wire::kHeaderSize, 8));
     ASSERT_TRUE(decoded);
     EXPECT_EQ(decoded->status, wire::HelloStatus::VersionNotSupported);
     EXPECT_EQ(decoded->version, 9u);
 
     const auto ack = wire::encodeFlushAck(0xfffffffeu);
-    EXPECT_EQ(wire::decodeFlushId(smt2::ByteSpan(ack.data() + wire::HeaderSize, 4)), 0xfffffffeu);
+    EXPECT_EQ(wire::decodeFlushId(smt2::ByteSpan(ack.data() + wire::kHeaderSize, 4)), 0xfffffffeu);
 }
 
 TEST(WireFormat, MalformedPayloadsAreRejected)
@@ -129,8 +130,8 @@ TEST(FrameReader, ReassemblesMessagesSplitAtEveryByte)
 
 TEST(FrameReader, OversizedAnnouncementIsAProtocolError)
 {
-    std::uint8_t header[wire::HeaderSize];
-    wire::writeHeader(header, wire::MessageType::AudioFrame, wire::MaxPayloadSize + 1);
+    std::uint8_t header[wire::kHeaderSize];
+    wire::writeHeader(header, wire::MessageType::AudioFrame, wire::kMaxPayloadSize + 1);
     wire::FrameReader reader;
     feed(reader, header, sizeof header);
     wire::Message out;

@@ -86,12 +86,12 @@ public:
     CMVoidReply();
     CMVoidReply(std::nullptr_t) {}
 
-    bool isNull() const { return !d; }
+    bool isNull() const { return !m_state; }
     bool isFinished() const { return status() != cm_detail::ReplyStatus::Pending; }
     bool isSucceeded() const { return status() == cm_detail::ReplyStatus::Succeeded; }
     bool isError() const { return status() == cm_detail::ReplyStatus::Failed; }
     bool isCancelled() const { return status() == cm_detail::ReplyStatus::Cancelled; }
-    CMError error() const { return d ? d->error() : CMError(); }
+    CMError error() const { return m_state ? m_state->error() : CMError(); }
 
     /// Completes successfully with an empty value.
     bool setResult() const;
@@ -138,24 +138,24 @@ public:
         return *this;
     }
 
-    bool operator==(const CMVoidReply& other) const { return d == other.d; }
+    bool operator==(const CMVoidReply& other) const { return m_state == other.m_state; }
 
 protected:
     using WatchFn = std::function<void(cm_detail::ReplyStatus, const std::any&, const CMError&)>;
 
     explicit CMVoidReply(std::shared_ptr<cm_detail::ReplyState> state)
-        : d(std::move(state))
+        : m_state(std::move(state))
     {}
     /// A new, already finished state with the given outcome.
     static std::shared_ptr<cm_detail::ReplyState>
     finished(cm_detail::ReplyStatus status, const std::any& result, const CMError& error);
     cm_detail::ReplyStatus status() const
     {
-        return d ? d->status() : cm_detail::ReplyStatus::Pending;
+        return m_state ? m_state->status() : cm_detail::ReplyStatus::Pending;
     }
     void watch(QObject* context, Qt::ConnectionType type, unsigned outcomes, WatchFn fn) const;
 
-    std::shared_ptr<cm_detail::ReplyState> d;
+    std::shared_ptr<cm_detail::ReplyState> m_state;
 };
 
 /// An asynchronous answer carrying a T. It is a CMVoidReply too, so a holder that only needs to
@@ -172,15 +172,16 @@ public:
     using CMVoidReply::setResult;
     bool setResult(const T& value) const
     {
-        return d && d->complete(cm_detail::ReplyStatus::Succeeded, std::any(value), CMError());
+        return m_state &&
+               m_state->complete(cm_detail::ReplyStatus::Succeeded, std::any(value), CMError());
     }
 
     /// The value once succeeded; a default T before that or after an error.
     T result() const
     {
-        if (!d)
+        if (!m_state)
             return T();
-        return valueOf(d->result());
+        return valueOf(m_state->result());
     }
 
     /// fn(const T&) or fn().

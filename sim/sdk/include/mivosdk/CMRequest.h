@@ -25,12 +25,12 @@ public:
     /// An invalid request (kind Invalid); its reply is the null reply.
     CMRequest() = default;
 
-    Kind kind() const { return d ? d->kind : Kind::Invalid; }
+    Kind kind() const { return m_data ? m_data->kind : Kind::Invalid; }
     bool isValid() const { return kind() != Kind::Invalid; }
-    CMPath path() const { return d ? d->path : CMPath(); }
-    CMReply<QVariant> reply() const { return d ? d->reply : CMReply<QVariant>(nullptr); }
+    CMPath path() const { return m_data ? m_data->path : CMPath(); }
+    CMReply<QVariant> reply() const { return m_data ? m_data->reply : CMReply<QVariant>(nullptr); }
 
-    bool operator==(const CMRequest& other) const { return d == other.d; }
+    bool operator==(const CMRequest& other) const { return m_data == other.m_data; }
 
 protected:
     struct Data
@@ -45,15 +45,15 @@ protected:
     };
 
     explicit CMRequest(std::shared_ptr<const Data> data)
-        : d(std::move(data))
+        : m_data(std::move(data))
     {}
     /// The same request seen as `kind`, or an invalid one when it is of another kind.
     static std::shared_ptr<const Data> as(const CMRequest& request, Kind kind)
     {
-        return request.kind() == kind ? request.d : nullptr;
+        return request.kind() == kind ? request.m_data : nullptr;
     }
 
-    std::shared_ptr<const Data> d;
+    std::shared_ptr<const Data> m_data;
 };
 
 /// Read rows: a page from `offset`, at most `count` rows (-1: all).
@@ -67,8 +67,8 @@ public:
         : CMRequest(as(request, Kind::GetRows))
     {}
 
-    int offset() const { return d ? d->offset : 0; }
-    int count() const { return d ? d->count : -1; }
+    int offset() const { return m_data ? m_data->offset : 0; }
+    int count() const { return m_data ? m_data->count : -1; }
 };
 
 /// Read one role of the node at the path.
@@ -81,7 +81,7 @@ public:
         : CMRequest(as(request, Kind::GetData))
     {}
 
-    QString role() const { return d ? d->role : QString(); }
+    QString role() const { return m_data ? m_data->role : QString(); }
 };
 
 /// Write one role of the node at the path (or activate it, or run a query).
@@ -94,8 +94,8 @@ public:
         : CMRequest(as(request, Kind::SetData))
     {}
 
-    QString role() const { return d ? d->role : QString(); }
-    QVariant value() const { return d ? d->value : QVariant(); }
+    QString role() const { return m_data ? m_data->role : QString(); }
+    QVariant value() const { return m_data ? m_data->value : QVariant(); }
 };
 
 Q_DECLARE_METATYPE(CMRequest)

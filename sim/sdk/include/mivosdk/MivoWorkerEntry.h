@@ -6,7 +6,7 @@
 
 #include <QVariantHash>
 
-/// The function a module exports under MivoWorkerCreateSymbol. `host` is the host's own context
+/// The function a module exports under kMivoWorkerCreateSymbol. `host` is the host's own context
 /// object for this worker (it lives on the worker thread; modules may ignore it); `settings` is
 /// the worker settings hash (e.g. MivoWorkerSettingStreamUrlPrefix()). The module answers a new
 /// worker without a parent, or null when it cannot create one; the host owns the result and
@@ -15,7 +15,7 @@ extern "C" typedef CMAbstractWorker* (*MivoWorkerCreateFunction)(QObject* host,
                                                                  const QVariantHash& settings);
 
 /// The symbol name the host resolves in a module.
-inline constexpr const char MivoWorkerCreateSymbol[] = "worker_create";
+inline constexpr const char kMivoWorkerCreateSymbol[] = "worker_create";
 
 /// Worker setting: "smt2://" followed by the socket path on which the host's streamer receives
 /// audio; the module's smt2 sender connects there.

@@ -79,7 +79,7 @@ public:
     // connection is ignored.
     void acknowledgeFlush(FlushToken token);
 
-    // Defaults: wire::ProtocolVersion, and 5 s for a new sender to say hello.
+    // Defaults: wire::kProtocolVersion, and 5 s for a new sender to say hello.
     void setProtocolVersion(std::uint32_t version);
     void setHandshakeTimeout(std::chrono::milliseconds timeout);
 

@@ -54,7 +54,7 @@ public:
 
     // Copies data and sends it as one audio frame; pts/dts may be miscUtils::NoTimeValue.
     // Completes with NoError once every byte is in the socket: a receiver that stops reading
-    // holds the future back, and nothing is ever dropped. At most wire::MaxAudioBytes bytes.
+    // holds the future back, and nothing is ever dropped. At most wire::kMaxAudioBytes bytes.
     Future<ErrorID> sendAudioData(std::int64_t pts, std::int64_t dts, ByteSpan data);
 
     // Completes with NoError once the receiver has acknowledged everything sent before it.
@@ -69,7 +69,7 @@ public:
     void setAudioSequenceInfo(const std::string& audioType, const miscUtils::VariantHash& params);
 
     // For tests of version handling and for hosts that must interoperate; default is
-    // wire::ProtocolVersion.
+    // wire::kProtocolVersion.
     void setProtocolVersion(std::uint32_t version);
     // How long connect() waits for the receiver's answer; default 5 s.
     void setHandshakeTimeout(std::chrono::milliseconds timeout);

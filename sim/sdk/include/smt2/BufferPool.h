@@ -47,9 +47,9 @@ private:
 class BufferPool
 {
 public:
-    static constexpr std::size_t DefaultMaxIdleBytes = 1024 * 1024;
+    static constexpr std::size_t kDefaultMaxIdleBytes = 1024 * 1024;
 
-    explicit BufferPool(std::size_t maxIdleBytes = DefaultMaxIdleBytes);
+    explicit BufferPool(std::size_t maxIdleBytes = kDefaultMaxIdleBytes);
     ~BufferPool();
     BufferPool(const BufferPool&) = delete;
     BufferPool& operator=(const BufferPool&) = delete;

@@ -14,12 +14,12 @@
 
 namespace smt2::wire {
 
-constexpr std::uint32_t ProtocolVersion = 1;
-constexpr std::size_t HeaderSize = 8;
-constexpr std::uint32_t MaxPayloadSize = 16 * 1024 * 1024;
-constexpr std::size_t TimestampsSize = 16; // pts and dts in front of an audio frame's bytes
-constexpr std::size_t MaxAudioBytes = MaxPayloadSize - TimestampsSize;
-constexpr char Magic[4] = {'S', 'M', 'T', '2'};
+constexpr std::uint32_t kProtocolVersion = 1;
+constexpr std::size_t kHeaderSize = 8;
+constexpr std::uint32_t kMaxPayloadSize = 16 * 1024 * 1024;
+constexpr std::size_t kTimestampsSize = 16; // pts and dts in front of an audio frame's bytes
+constexpr std::size_t kMaxAudioBytes = kMaxPayloadSize - kTimestampsSize;
+constexpr char kMagic[4] = {'S', 'M', 'T', '2'};
 
 enum class MessageType : std::uint16_t
 {
@@ -92,7 +92,7 @@ public:
     {
         Message,  // *out holds a message; its payload stays valid until the next prepare()
         NeedMore, // no complete message buffered
-        TooLarge, // the next header announces more than MaxPayloadSize: a protocol error
+        TooLarge, // the next header announces more than kMaxPayloadSize: a protocol error
     };
 
     std::uint8_t* prepare(std::size_t bytes);

@@ -99,27 +99,27 @@ CMError ReplyState::error() const
 }
 
 CMVoidReply::CMVoidReply()
-    : d(std::make_shared<ReplyState>())
+    : m_state(std::make_shared<ReplyState>())
 {}
 
 bool CMVoidReply::setResult() const
 {
-    return d && d->complete(ReplyStatus::Succeeded, std::any(), CMError());
+    return m_state && m_state->complete(ReplyStatus::Succeeded, std::any(), CMError());
 }
 
 bool CMVoidReply::setError(const CMError& error) const
 {
-    return d && d->complete(ReplyStatus::Failed, std::any(), error);
+    return m_state && m_state->complete(ReplyStatus::Failed, std::any(), error);
 }
 
 bool CMVoidReply::cancel() const
 {
-    return d && d->complete(ReplyStatus::Cancelled, std::any(), CMError());
+    return m_state && m_state->complete(ReplyStatus::Cancelled, std::any(), CMError());
 }
 
 bool CMVoidReply::waitForFinished(int timeoutMs) const
 {
-    return !d || d->wait(timeoutMs);
+    return !m_state || m_state->wait(timeoutMs);
 }
 
 std::shared_ptr<ReplyState> CMVoidReply::finished(ReplyStatus status, const std::any& result,
@@ -133,7 +133,7 @@ std::shared_ptr<ReplyState> CMVoidReply::finished(ReplyStatus status, const std:
 void CMVoidReply::watch(QObject* context, Qt::ConnectionType type, unsigned outcomes,
                         WatchFn fn) const
 {
-    if (!d)
+    if (!m_state)
         return;
     ReplyState::Watcher watcher;
     watcher.context = context;
@@ -141,5 +141,5 @@ void CMVoidReply::watch(QObject* context, Qt::ConnectionType type, unsigned outc
     watcher.type = type;
     watcher.outcomes = outcomes;
     watcher.fn = std::move(fn);
-    d->watch(std::move(watcher));
+    m_state->watch(std::move(watcher));
 }

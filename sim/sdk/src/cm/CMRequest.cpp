@@ -7,7 +7,7 @@ CMGetRowsRequest::CMGetRowsRequest(const CMPath& path, int offset, int count)
     data->path = path;
     data->offset = qMax(0, offset);
     data->count = count < 0 ? -1 : count;
-    d = std::move(data);
+    m_data = std::move(data);
 }
 
 CMGetDataRequest::CMGetDataRequest(const CMPath& path, const QString& role)
@@ -16,7 +16,7 @@ CMGetDataRequest::CMGetDataRequest(const CMPath& path, const QString& role)
     data->kind = Kind::GetData;
     data->path = path;
     data->role = role;
-    d = std::move(data);
+    m_data = std::move(data);
 }
 
 CMSetDataRequest::CMSetDataRequest(const CMPath& path, const QString& role, const QVariant& value)
@@ -26,5 +26,5 @@ CMSetDataRequest::CMSetDataRequest(const CMPath& path, const QString& role, cons
     data->path = path;
     data->role = role;
     data->value = value;
-    d = std::move(data);
+    m_data = std::move(data);
 }

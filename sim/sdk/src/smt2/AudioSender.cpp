@@ -65,7 +65,7 @@ Future<ErrorID> AudioSender::sendAudioData(std::int64_t pts, std::int64_t dts, B
 {
     Future<ErrorID> result;
     auto done = shareCompletion(&result);
-    if (data.size() > wire::MaxAudioBytes) {
+    if (data.size() > wire::kMaxAudioBytes) {
         if (!postToSession(
                 [done](detail::SenderSession&) { done->complete(ErrorID::InvalidArgument); }))
             done->complete(ErrorID::InvalidArgument);

@@ -88,8 +88,8 @@ private:
     // Sends of slightly different sizes then share buffers.
     static std::size_t roundUpToPage(std::size_t size)
     {
-        constexpr std::size_t page = 4096;
-        return std::max<std::size_t>(page, (size + page - 1) / page * page);
+        constexpr std::size_t kPage = 4096;
+        return std::max<std::size_t>(kPage, (size + kPage - 1) / kPage * kPage);
     }
 
     const std::size_t m_maxIdleBytes;

@@ -84,7 +84,7 @@ private:
     mutable std::mutex
         m_mutex; // guards m_callbacks, m_version, m_handshakeTimeout, m_error, m_path
     std::shared_ptr<const Callbacks> m_callbacks; // replaced whole, so a reader needs no lock
-    std::uint32_t m_version = wire::ProtocolVersion;
+    std::uint32_t m_version = wire::kProtocolVersion;
     std::chrono::milliseconds m_handshakeTimeout{5000};
     std::string m_error;
     std::string m_path;

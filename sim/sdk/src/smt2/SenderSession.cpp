@@ -139,8 +139,8 @@ void SenderSession::connect(Completion done)
     setState(SenderState::Handshaking);
 
     const auto hello = wire::encodeHello(version);
-    queueMessage(wire::MessageType::Hello, hello.data() + wire::HeaderSize,
-                 hello.size() - wire::HeaderSize);
+    queueMessage(wire::MessageType::Hello, hello.data() + wire::kHeaderSize,
+                 hello.size() - wire::kHeaderSize);
     writeOutgoing();
 }
 
@@ -152,11 +152,11 @@ void SenderSession::sendAudio(std::int64_t pts, std::int64_t dts, PooledBuffer d
         return;
     }
     OutgoingMessage message;
-    message.headSize = wire::HeaderSize + wire::TimestampsSize;
+    message.headSize = wire::kHeaderSize + wire::kTimestampsSize;
     wire::writeHeader(message.head.data(), wire::MessageType::AudioFrame,
-                      static_cast<std::uint32_t>(wire::TimestampsSize + data.size()));
-    wire::putI64(message.head.data() + wire::HeaderSize, pts);
-    wire::putI64(message.head.data() + wire::HeaderSize + 8, dts);
+                      static_cast<std::uint32_t>(wire::kTimestampsSize + data.size()));
+    wire::putI64(message.head.data() + wire::kHeaderSize, pts);
+    wire::putI64(message.head.data() + wire::kHeaderSize + 8, dts);
     message.body = std::move(data);
     message.done = std::move(done);
     m_outgoing.push_back(std::move(message));
@@ -226,7 +226,7 @@ void SenderSession::queueMessage(wire::MessageType type, const std::uint8_t* pay
                                  std::size_t size)
 {
     OutgoingMessage message;
-    message.headSize = wire::HeaderSize;
+    message.headSize = wire::kHeaderSize;
     wire::writeHeader(message.head.data(), type, static_cast<std::uint32_t>(size));
     message.body = m_buffers->take(size);
     if (size > 0)

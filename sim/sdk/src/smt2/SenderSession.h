@@ -59,7 +59,7 @@ private:
     // inline, the rest in a pooled buffer.
     struct OutgoingMessage
     {
-        std::array<std::uint8_t, wire::HeaderSize + wire::TimestampsSize> head{};
+        std::array<std::uint8_t, wire::kHeaderSize + wire::kTimestampsSize> head{};
         std::size_t headSize = 0;
         PooledBuffer body;
         std::size_t written = 0;
@@ -92,7 +92,7 @@ private:
     miscUtils::IOEventLoopThread* m_loop = nullptr; // fixed by the first transport
     std::function<void()> m_handshakeFailed;
     std::function<void(int)> m_stateChanged;
-    std::uint32_t m_protocolVersion = wire::ProtocolVersion;
+    std::uint32_t m_protocolVersion = wire::kProtocolVersion;
     std::chrono::milliseconds m_handshakeTimeout{5000};
     std::optional<std::pair<std::string, miscUtils::VariantHash>> m_sequenceInfo;
 

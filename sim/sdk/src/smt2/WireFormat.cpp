@@ -49,17 +49,17 @@ void writeHeader(std::uint8_t* out, MessageType type, std::uint32_t payloadSize)
 
 std::vector<std::uint8_t> encodeMessage(MessageType type, ByteSpan payload)
 {
-    std::vector<std::uint8_t> message(HeaderSize + payload.size());
+    std::vector<std::uint8_t> message(kHeaderSize + payload.size());
     writeHeader(message.data(), type, static_cast<std::uint32_t>(payload.size()));
     if (!payload.empty())
-        std::memcpy(message.data() + HeaderSize, payload.data(), payload.size());
+        std::memcpy(message.data() + kHeaderSize, payload.data(), payload.size());
     return message;
 }
 
 std::vector<std::uint8_t> encodeHello(std::uint32_t version)
 {
     std::uint8_t payload[8];
-    std::memcpy(payload, Magic, sizeof Magic);
+    std::memcpy(payload, kMagic, sizeof kMagic);
     putU32(payload + 4, version);
     return encodeMessage(MessageType::Hello, ByteSpan(payload, sizeof payload));
 }
@@ -105,7 +105,7 @@ std::vector<std::uint8_t> encodeSequenceInfoPayload(const std::string& audioType
 
 std::optional<std::uint32_t> decodeHello(ByteSpan payload)
 {
-    if (payload.size() != 8 || std::memcmp(payload.data(), Magic, sizeof Magic) != 0)
+    if (payload.size() != 8 || std::memcmp(payload.data(), kMagic, sizeof kMagic) != 0)
         return std::nullopt;
     return getU32(payload.data() + 4);
 }
@@ -129,11 +129,11 @@ std::optional<std::uint32_t> decodeFlushId(ByteSpan payload)
 
 std::optional<AudioFrameView> decodeAudioFrame(ByteSpan payload)
 {
-    if (payload.size() < TimestampsSize)
+    if (payload.size() < kTimestampsSize)
         return std::nullopt;
     return AudioFrameView{
         getI64(payload.data()), getI64(payload.data() + 8),
-        ByteSpan(payload.data() + TimestampsSize, payload.size() - TimestampsSize)};
+        ByteSpan(payload.data() + kTimestampsSize, payload.size() - kTimestampsSize)};
 }
 
 bool decodeSequenceInfo(ByteSpan payload, std::string* audioType, miscUtils::VariantHash* params)
@@ -186,17 +186,17 @@ void FrameReader::commit(std::size_t bytes)
 FrameReader::Status FrameReader::peek(std::size_t offset, Message* out, std::size_t* size) const
 {
     const std::size_t start = m_begin + offset;
-    if (start > m_end || m_end - start < HeaderSize)
+    if (start > m_end || m_end - start < kHeaderSize)
         return Status::NeedMore;
     const std::uint8_t* header = m_buffer.get() + start;
     const std::uint32_t payloadSize = getU32(header + 4);
-    if (payloadSize > MaxPayloadSize)
+    if (payloadSize > kMaxPayloadSize)
         return Status::TooLarge;
-    if (m_end - start < HeaderSize + payloadSize)
+    if (m_end - start < kHeaderSize + payloadSize)
         return Status::NeedMore;
     out->type = static_cast<MessageType>(getU16(header));
-    out->payload = ByteSpan(header + HeaderSize, payloadSize);
-    *size = HeaderSize + payloadSize;
+    out->payload = ByteSpan(header + kHeaderSize, payloadSize);
+    *size = kHeaderSize + payloadSize;
     return Status::Message;
 }
 
