@@ -3,7 +3,7 @@
 // the first and a repeated get-rows of "All Channels", and one program-data tick with 2000
 // channels registered and 2000 cuts pending, due or not.
 
-#include "benchSupport.h"
+#include "syntheticLineUp.h"
 #include "contentManager/contentManager.h"
 #include "nodes/channelNode.h"
 #include "nodes/nodesFactory.h"

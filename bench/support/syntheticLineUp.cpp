@@ -1,7 +1,4 @@
-#include "benchSupport.h"
-
-#include <QCoreApplication>
-#include <benchmark/benchmark.h>
+#include "syntheticLineUp.h"
 
 namespace bench {
 
@@ -39,11 +36,3 @@ QList<MivoSiriusContent> lineUp(int channels, int genres, Numbering numbering)
 }
 
 } // namespace bench
-
-int main(int argc, char** argv)
-{
-    QCoreApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
-}

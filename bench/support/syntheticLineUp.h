@@ -1,8 +1,7 @@
 #pragma once
 // Thread contract: the benchmark's main thread only.
 //
-// What the module's benchmarks share: a synthetic line-up as the library lists it, and a main
-// that runs the benchmarks inside a QCoreApplication.
+// The synthetic line-up the module's benchmarks share, as the library lists it.
 
 #include <mivosdk/MivoSiriusContent.h>
 
