@@ -3,11 +3,11 @@
 // the first and a repeated get-rows of "All Channels", and one program-data tick with 2000
 // channels registered and 2000 cuts pending, due or not.
 
-#include "syntheticLineUp.h"
 #include "contentManager/contentManager.h"
 #include "nodes/channelNode.h"
 #include "nodes/nodesFactory.h"
 #include "siriusLib/siriusLib.h"
+#include "syntheticLineUp.h"
 
 #include <mivosdk/CMNodes.h>
 #include <mivosdk/CMRequest.h>

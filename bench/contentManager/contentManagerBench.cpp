@@ -1,9 +1,9 @@
 // How long the content manager takes to take in a 2000-channel line-up, and to answer the
 // all-channels lists (channel ids sorted by number and by name, and their rows).
 
-#include "syntheticLineUp.h"
 #include "contentManager/contentManager.h"
 #include "siriusLib/siriusLib.h"
+#include "syntheticLineUp.h"
 
 #include <benchmark/benchmark.h>
 
