@@ -25,10 +25,10 @@ ContentManager::ContentManager(SiriusLib* lib, bool fullFeatured)
     : m_siriusLib(lib)
     , m_fullFeatured(fullFeatured)
 {
-    connect(lib, &SiriusLib::onChannel, this, &ContentManager::on_siriusLib_channel);
-    connect(lib, &SiriusLib::onPdtCuts, this, &ContentManager::on_siriusLib_pdtCuts);
-    connect(lib, &SiriusLib::onError, this, &ContentManager::on_siriusLib_error);
-    connect(lib, &SiriusLib::onRefresh, this, &ContentManager::on_siriusLib_refresh);
+    lib->subscribe(&SiriusLib::onChannel, this, &ContentManager::on_siriusLib_channel);
+    lib->subscribe(&SiriusLib::onPdtCuts, this, &ContentManager::on_siriusLib_pdtCuts);
+    lib->subscribe(&SiriusLib::onError, this, &ContentManager::on_siriusLib_error);
+    lib->subscribe(&SiriusLib::onRefresh, this, &ContentManager::on_siriusLib_refresh);
     m_pdtTimer.setSingleShot(false);
     m_pdtTimer.setInterval(2500);
     connect(&m_pdtTimer, &QTimer::timeout, this, &ContentManager::on_pdtTimer_timeout);
@@ -38,7 +38,6 @@ ContentManager::ContentManager(SiriusLib* lib, bool fullFeatured)
 
 void ContentManager::on_siriusLib_channel(const MivoSiriusContent& content)
 {
-    m_siriusLib->handOver();
     if (content.isEmpty()) {
         emit loaded();
         return;
@@ -331,13 +330,11 @@ void ContentManager::refetchFavorites()
 
 void ContentManager::on_siriusLib_error(const MivoSiriusErrorNotification& errorNotification)
 {
-    m_siriusLib->handOver();
     m_bypass = errorNotification.bypassStatus();
 }
 
 void ContentManager::on_siriusLib_refresh(const MivoSiriusModuleType::Enum& module)
 {
-    m_siriusLib->handOver();
     // The service says the favorites changed (on another device, say): the list the favorites
     // node reloads must come from the service, not from the cache of the old one.
     if (module == MivoSiriusModuleType::Favorites)

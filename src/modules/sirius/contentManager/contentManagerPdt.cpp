@@ -58,7 +58,6 @@ void ContentManager::updatePdts()
 
 void ContentManager::on_siriusLib_pdtCuts(const QList<MivoSiriusPdtCut>& pdtCuts)
 {
-    m_siriusLib->handOver();
     m_cutsByChannelId.clear();
     m_pendingCuts = pdtCuts;
     on_pdtTimer_timeout();

@@ -66,16 +66,21 @@ int SiriusLib::getStatus()
 
 void SiriusLib::async(std::function<void()> fn)
 {
-    // Qt copies the function into its event queue under locks that ThreadSanitizer cannot see;
-    // posting under the hand-over mutex, which on_async takes too, makes the hand-over visible.
-    emitHandedOver(&SiriusLib::doAsync, SiriusLibFunction(std::move(fn)));
+    if (!fn) {
+        // Calling it would throw on the library thread, out of an event handler: that ends the
+        // process. Refuse it here, where the caller's stack shows who sent it.
+        LOG4CPLUS_ERROR(logger(), "An empty function was queued to the library thread; ignored");
+        return;
+    }
+    // From another thread the call is queued; on the library thread it runs at once, and then no
+    // lock may be held around it: the library call inside may wait for the library's own threads,
+    // whose callbacks emit.
+    m_callsHandOver.post([&] { emit doAsync(SiriusLibFunction(std::move(fn))); });
 }
 
 void SiriusLib::on_async(const SiriusLibFunction& fn)
 {
-    handOver();
-    // An empty function is a programming error; calling it throws std::bad_function_call.
-    fn();
+    m_callsHandOver.deliver(fn);
 }
 
 void SiriusLib::on_libraryTimer_timeout()
@@ -525,11 +530,6 @@ void SiriusLib::notifyGoLive()
 void SiriusLib::notifyPlayTimeChanged(int playTime)
 {
     async([playTime] { sxm_on_playTimeChanged(playTime); });
-}
-
-void SiriusLib::handOver() const
-{
-    std::lock_guard<std::recursive_mutex> lock(m_handOverMutex);
 }
 
 void SiriusLib::setDataWriteCallback(DataWriteCallback callback)

@@ -2,7 +2,9 @@
 // Thread contract: lives on the "SiriusLib" thread, the only thread that calls library operations.
 // Its public operations are safe from any thread (they queue the work and answer a reply at
 // once); version() and getStatus() run on the caller's thread; its signals are emitted on the
-// library thread or the library's own threads: connect them queued (automatic connections do).
+// library thread or the library's own threads and reach receivers through subscribe() only.
+
+#include "siriusLib/handOver.h"
 
 #include <mivosdk/CMReply.h>
 #include <mivosdk/MivoSirius.h>
@@ -15,6 +17,7 @@
 #include <QTimer>
 #include <functional>
 #include <mutex>
+#include <type_traits>
 
 /// A unit of work queued to the library thread.
 using SiriusLibFunction = std::function<void()>;
@@ -78,11 +81,25 @@ public:
     /// Replaces the data-write function at once (not queued).
     void setDataWriteCallback(DataWriteCallback callback);
 
-    /// Call first in a slot that receives this object's signals on another thread. Qt carries a
-    /// queued signal under locks that ThreadSanitizer cannot see; the signals are emitted under a
-    /// mutex that this takes too, so that everything the emitting thread wrote, the arguments
-    /// included, is visibly ordered before the slot reads it.
-    void handOver() const;
+    /// The one way to receive this object's signals (the test suite refuses a direct connect):
+    /// runs `slot`, a member function of `receiver` or a functor, on `receiver`'s thread, queued
+    /// when the signal comes from another thread, and hands it what the emitting thread wrote
+    /// (see sirius::HandOverChannel). Neither side takes a lock, so a receiver may call back into
+    /// this object and a library callback never waits for a receiver.
+    template <class... Params, class Receiver, class Slot>
+    QMetaObject::Connection subscribe(void (SiriusLib::*signal)(Params...), Receiver* receiver,
+                                      Slot slot)
+    {
+        static_assert(std::is_base_of_v<QObject, Receiver>, "the receiver decides the thread");
+        return connect(this, signal, receiver, [this, receiver, slot](Params... args) mutable {
+            m_signalsHandOver.deliver([&] {
+                if constexpr (std::is_member_function_pointer_v<Slot>)
+                    (receiver->*slot)(args...);
+                else
+                    slot(args...);
+            });
+        });
+    }
 
     /// The callback record handed to the library: the context is this object; the browse
     /// callbacks are left null when the module is not full-featured.
@@ -134,7 +151,7 @@ signals:
     void onRefresh(MivoSiriusModuleType::Enum module);
 
 public slots:
-    /// Takes the function by reference so that nothing of it is read before the hand-over lock.
+    /// Takes the function by reference so that nothing of it is read before the hand-over.
     void on_async(const SiriusLibFunction& fn);
     void on_libraryTimer_timeout();
     /// The play logic has sent what it took: ask the library for more audio.
@@ -142,12 +159,12 @@ public slots:
 
 private:
     static SiriusLib* self(void* context);
-    /// Emits `signal` under the hand-over mutex (see handOver()).
+    /// Emits `signal` to the receivers that subscribe() connected, handing over what this thread
+    /// wrote (the converted arguments above all).
     template <class... Params, class... Args>
     void emitHandedOver(void (SiriusLib::*signal)(Params...), Args&&... args)
     {
-        std::lock_guard<std::recursive_mutex> lock(m_handOverMutex);
-        emit(this->*signal)(std::forward<Args>(args)...);
+        m_signalsHandOver.post([&] { emit(this->*signal)(std::forward<Args>(args)...); });
     }
     /// Runs a list operation: clears the collection, calls `call`, answers the collected list on
     /// result 1 or `failure(result)` otherwise.
@@ -163,9 +180,10 @@ private:
     QList<MivoSiriusContent> m_collection; ///< library thread only
     MivoHash m_bypassStatus;               ///< library thread only
     int m_showsStatus = 0;                 ///< library thread only
-    /// Held while a call or a signal is posted to another thread, taken by the receiver before it
-    /// reads it (recursive: a same-thread receiver runs inside the emission).
-    mutable std::recursive_mutex m_handOverMutex;
+    /// Calls posted to the library thread, and signals posted to receivers: one channel each, so
+    /// that the library's stream thread is never taken as ordered before the library thread.
+    sirius::HandOverChannel m_callsHandOver;
+    sirius::HandOverChannel m_signalsHandOver;
     std::mutex m_dataWriteMutex; ///< guards m_dataWrite
     DataWriteCallback m_dataWrite;
 };

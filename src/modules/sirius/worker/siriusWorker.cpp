@@ -49,8 +49,8 @@ SiriusWorker::SiriusWorker(const QVariantHash& settings)
     m_contentManager->setParent(this);
     m_browseUi = new BrowseUi(nodes(), MivoSiriusBrowsePath(), m_contentManager, m_fullFeatured);
     m_browseUi->setParent(this);
-    connect(m_lib, &SiriusLib::onGlobalSettings, this, &SiriusWorker::on_lib_globalSettings);
-    connect(m_lib, &SiriusLib::onError, this, &SiriusWorker::on_lib_error);
+    m_lib->subscribe(&SiriusLib::onGlobalSettings, this, &SiriusWorker::on_lib_globalSettings);
+    m_lib->subscribe(&SiriusLib::onError, this, &SiriusWorker::on_lib_error);
     CMActivateNode::create(nodes(), MivoSiriusFavoritePath(), this,
                            &SiriusWorker::on_favorites_activated, Qt::QueuedConnection);
     CMActivateNode::create(nodes(), MivoSiriusClearRecentsPath(), this,
@@ -208,7 +208,6 @@ void SiriusWorker::on_accountNode_accountChanged()
 
 void SiriusWorker::on_lib_globalSettings(const SiriusLib::Settings& settings)
 {
-    m_lib->handOver();
     const QString key = QStringLiteral("TuneStart");
     if (!settings.contains(key))
         return;

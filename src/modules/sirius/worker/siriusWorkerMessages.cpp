@@ -52,7 +52,6 @@ void SiriusWorker::showMessage(const QStringList& messages, bool error)
 void SiriusWorker::on_lib_error(const MivoSiriusErrorNotification& errorNotification)
 {
     SIRIUS_TRACE_FUNCTION(logger());
-    m_lib->handOver();
     const MivoSiriusBypassStatus before = m_bypassStatus;
     const MivoSiriusBypassStatus after = errorNotification.bypassStatus();
     const bool gupIdChanged = before.isGupIdUnavailable() != after.isGupIdUnavailable();

@@ -156,8 +156,9 @@ TEST_F(NowPlayingThroughHost, CutsOfExactlyTheOpenListsShowOnceDueAndMoveOnWithT
             onAirTitles.insert(qs(channel->id), title);
         }
         EXPECT_EQ(shown, int(live.size())) << run.diagnostics();
-        if (offset > 0)
+        if (offset > 0) {
             EXPECT_GE(movedOn, int(live.size()) / 2);
+        }
     }
 
     // The list by name keeps the channels' names while their cuts are current.

@@ -90,6 +90,11 @@ TEST_F(SiriusLibTest, CreateBuildsTheBridgeOnItsOwnNamedThreadAndCallsThereRunAt
     });
     EXPECT_EQ(waitFor(name), QStringLiteral("SiriusLib"));
     EXPECT_TRUE(waitFor(ranAtOnce));
+
+    sirius::test::LogCapture log(sirius::siriusLibraryLogger());
+    lib->async(SiriusLibFunction());
+    EXPECT_EQ(log.linesContaining("An empty function was queued").size(), 1u);
+    EXPECT_TRUE(waitFor(lib->stop())) << "the library thread goes on";
 }
 
 TEST_F(SiriusLibTest, InitializeRegistersTheCallbackRecordAndSelectsTheBitrate)
@@ -180,10 +185,8 @@ TEST_F(SiriusLibTest, SignInPassesUtf8AndTheLineUpEndsWithAMarkOnlyOnSuccess)
     initialize(lib);
     QObject receiver;
     QList<MivoSiriusContent> channels;
-    QObject::connect(lib, &SiriusLib::onChannel, &receiver, [&](const MivoSiriusContent& content) {
-        lib->handOver();
-        channels.append(content);
-    });
+    lib->subscribe(&SiriusLib::onChannel, &receiver,
+                   [&](const MivoSiriusContent& content) { channels.append(content); });
     script("sxm_channel_list", [](const sxm_callbacks& cb) {
         sxm_content a = channel("a", "Pop");
         sxm_content b = channel("b", "Rock");
@@ -215,11 +218,8 @@ TEST_F(SiriusLibTest, ListOperationsAnswerTheCollectedItemsAndTheirFailureTexts)
     });
     QObject receiver;
     QString showGenre;
-    QObject::connect(lib, &SiriusLib::onGetShows, &receiver,
-                     [&](const QString& genre, const MivoSiriusContent&) {
-                         lib->handOver();
-                         showGenre = genre;
-                     });
+    lib->subscribe(&SiriusLib::onGetShows, &receiver,
+                   [&](const QString& genre, const MivoSiriusContent&) { showGenre = genre; });
     const QList<MivoSiriusContent> shows =
         waitFor(lib->getShows(QStringLiteral("jazz"), QString()));
     ASSERT_EQ(shows.size(), 1);
@@ -300,11 +300,8 @@ TEST_F(SiriusLibTest, GlobalSettingsBecomeOneHashWhereALaterDuplicateWins)
     SiriusLib* lib = bridge();
     QObject receiver;
     QList<QHash<QString, QString>> settings;
-    QObject::connect(lib, &SiriusLib::onGlobalSettings, &receiver,
-                     [&](const QHash<QString, QString>& s) {
-                         lib->handOver();
-                         settings.append(s);
-                     });
+    lib->subscribe(&SiriusLib::onGlobalSettings, &receiver,
+                   [&](const QHash<QString, QString>& s) { settings.append(s); });
     sxm_globalSetting records[] = {
         {"TuneStart", "on"}, {"Other", "v\xc3\xa4"}, {"TuneStart", "off"}};
     SiriusLib::on_globalSettings_callback(lib, records, 3);
