@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Builds and runs the whole test suite: the plain build, then ASan+UBSan, then the threaded tests
-# under TSan. Exits non-zero on the first failure. --quick runs the plain build only.
+# Checks the code's style, then builds and runs the whole test suite: the plain build, then
+# ASan+UBSan, then the threaded tests under TSan. Exits non-zero on the first failure. --quick
+# runs the style check and the plain build only.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$(pwd)
@@ -39,6 +40,8 @@ build_and_test() {
 }
 
 start=$(date +%s)
+echo "== style: formatting, file and member names"
+bash scripts/check-style.sh
 build_and_test plain none all
 if [ "$quick" -eq 0 ]; then
   # The sanitizer options come with each test (cmake/SiriusTesting.cmake).

@@ -70,11 +70,11 @@ const log4cplus::Logger& siriusLibraryLogger()
 
 FunctionTracer::FunctionTracer(const log4cplus::Logger& logger, const char* signature,
                                const char* file, int line)
-    : logger_(logger)
-    , signature_(signature)
-    , file_(file)
-    , line_(line)
-    , enabled_(logger.isEnabledFor(log4cplus::TRACE_LOG_LEVEL))
+    : m_logger(logger)
+    , m_signature(signature)
+    , m_file(file)
+    , m_line(line)
+    , m_enabled(logger.isEnabledFor(log4cplus::TRACE_LOG_LEVEL))
 {
     log("Enter ");
 }
@@ -86,11 +86,11 @@ FunctionTracer::~FunctionTracer()
 
 void FunctionTracer::log(const char* prefix) const
 {
-    if (!enabled_)
+    if (!m_enabled)
         return;
     log4cplus::tstring message = LOG4CPLUS_C_STR_TO_TSTRING(prefix);
-    message += LOG4CPLUS_C_STR_TO_TSTRING(signature_);
-    logger_.forcedLog(log4cplus::TRACE_LOG_LEVEL, message, file_, line_, signature_);
+    message += LOG4CPLUS_C_STR_TO_TSTRING(m_signature);
+    m_logger.forcedLog(log4cplus::TRACE_LOG_LEVEL, message, m_file, m_line, m_signature);
 }
 
 } // namespace sirius

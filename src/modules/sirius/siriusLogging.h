@@ -8,9 +8,9 @@
 //     LOG4CPLUS_INFO(sirius::cbSiriusLogger(), "Channel list loaded");
 //     void ContentManager::reset()
 //     {
-//         SIRIUS_TRACE_FUNCTION(sirius::cbSiriusLogger());   // "Enter void
-//         ContentManager::reset()"
-//         ...                                               // "Leave void ContentManager::reset()"
+//         // logs "Enter void ContentManager::reset()" now and "Leave ..." on return
+//         SIRIUS_TRACE_FUNCTION(sirius::cbSiriusLogger());
+//         ...
 //     }
 //
 // Configuration: the host configures log4cplus as it likes. If SIRIUS_LOG_CONFIG names a
@@ -44,13 +44,13 @@ public:
 private:
     void log(const char* prefix) const;
 
-    const log4cplus::Logger& logger_;
-    const char* signature_;
-    const char* file_;
-    int line_;
+    const log4cplus::Logger& m_logger;
+    const char* m_signature;
+    const char* m_file;
+    int m_line;
     // Decided once at entry, so that a level change inside the function cannot leave an "Enter"
     // without its "Leave".
-    bool enabled_;
+    bool m_enabled;
 };
 
 } // namespace sirius

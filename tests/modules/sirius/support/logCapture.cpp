@@ -28,26 +28,26 @@ private:
 };
 
 LogCapture::LogCapture(const log4cplus::Logger& logger)
-    : logger_(logger)
-    , recorder_(new Recorder)
-    , previousLevel_(logger.getLogLevel())
-    , previousAdditivity_(logger.getAdditivity())
+    : m_logger(logger)
+    , m_recorder(new Recorder)
+    , m_previousLevel(logger.getLogLevel())
+    , m_previousAdditivity(logger.getAdditivity())
 {
-    logger_.addAppender(recorder_);
-    logger_.setAdditivity(false);
-    logger_.setLogLevel(log4cplus::TRACE_LOG_LEVEL);
+    m_logger.addAppender(m_recorder);
+    m_logger.setAdditivity(false);
+    m_logger.setLogLevel(log4cplus::TRACE_LOG_LEVEL);
 }
 
 LogCapture::~LogCapture()
 {
-    logger_.removeAppender(recorder_);
-    logger_.setAdditivity(previousAdditivity_);
-    logger_.setLogLevel(previousLevel_);
+    m_logger.removeAppender(m_recorder);
+    m_logger.setAdditivity(m_previousAdditivity);
+    m_logger.setLogLevel(m_previousLevel);
 }
 
 std::vector<LogLine> LogCapture::lines() const
 {
-    return static_cast<const Recorder&>(*recorder_).lines();
+    return static_cast<const Recorder&>(*m_recorder).lines();
 }
 
 std::vector<LogLine> LogCapture::linesContaining(const std::string& text) const

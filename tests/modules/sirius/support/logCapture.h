@@ -38,10 +38,10 @@ public:
 private:
     class Recorder;
 
-    log4cplus::Logger logger_;
-    log4cplus::SharedAppenderPtr recorder_;
-    log4cplus::LogLevel previousLevel_;
-    bool previousAdditivity_;
+    log4cplus::Logger m_logger;
+    log4cplus::SharedAppenderPtr m_recorder;
+    log4cplus::LogLevel m_previousLevel;
+    bool m_previousAdditivity;
 };
 
 } // namespace sirius::test
