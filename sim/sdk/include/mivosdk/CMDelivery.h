@@ -12,9 +12,8 @@ namespace cm_detail {
 /// - Qt::DirectConnection, or Qt::AutoConnection when the caller is on the context's thread,
 ///   at once on the calling thread;
 /// - otherwise queued to the context's thread.
-/// A context destroyed before the call is never called. The function object crosses threads
-/// under a std::mutex of ours, so that ThreadSanitizer sees the hand-over (Qt's own event queue
-/// locking is invisible to it).
+/// A context destroyed before the call is never called. In ThreadSanitizer builds the hand-over
+/// is annotated, since Qt's own event queue locking is invisible to it.
 void deliver(const QPointer<QObject>& context, bool hasContext, Qt::ConnectionType type,
              std::function<void()> fn);
 

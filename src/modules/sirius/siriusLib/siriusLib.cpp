@@ -75,7 +75,9 @@ void SiriusLib::async(std::function<void()> fn)
     // From another thread the call is queued; on the library thread it runs at once, and then no
     // lock may be held around it: the library call inside may wait for the library's own threads,
     // whose callbacks emit.
-    m_callsHandOver.post([&] { emit doAsync(SiriusLibFunction(std::move(fn))); });
+    // Made before the emission, so that it also ends after it, outside its unrecorded part.
+    const SiriusLibFunction call(std::move(fn));
+    m_callsHandOver.post([&] { emit doAsync(call); });
 }
 
 void SiriusLib::on_async(const SiriusLibFunction& fn)

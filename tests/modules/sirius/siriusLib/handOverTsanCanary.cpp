@@ -8,7 +8,7 @@
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
-#include <QThread>
+#include <atomic>
 
 namespace {
 
@@ -16,26 +16,36 @@ int g_signalled = 0; // deliberately unguarded
 int g_called = 0;    // deliberately unguarded
 int g_direct = 0;    // deliberately unguarded
 
+// Progress flags, relaxed so that they order nothing that ThreadSanitizer would count.
+std::atomic<bool> g_signalReceived{false};
+std::atomic<bool> g_callRan{false};
+std::atomic<bool> g_directReceived{false};
+
 __attribute__((noinline)) void bumpInSignalReceiver()
 {
     ++g_signalled;
+    g_signalReceived.store(true, std::memory_order_relaxed);
 }
 
 __attribute__((noinline)) void bumpInDirectReceiver()
 {
     ++g_direct;
+    g_directReceived.store(true, std::memory_order_relaxed);
 }
 
 __attribute__((noinline)) void bumpInQueuedCall()
 {
     ++g_called;
+    g_callRan.store(true, std::memory_order_relaxed);
 }
 
-void processEventsFor(int ms)
+/// Processes events until `flag` is set; a loaded machine may take a while to get there.
+bool processEventsUntil(const std::atomic<bool>& flag)
 {
-    QDeadlineTimer deadline(ms);
-    while (!deadline.hasExpired())
+    QDeadlineTimer deadline(30000);
+    while (!flag.load(std::memory_order_relaxed) && !deadline.hasExpired())
         QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    return flag.load(std::memory_order_relaxed);
 }
 
 } // namespace
@@ -51,11 +61,11 @@ int main(int argc, char** argv)
         SiriusLib::on_channelBusy_callback(lib, 1);
         ++g_signalled; // after the emission: races with the receiver
     });
-    processEventsFor(300);
+    bool ran = processEventsUntil(g_signalReceived);
 
     lib->async([] { bumpInQueuedCall(); });
     ++g_called; // after the post: races with the queued call
-    QThread::msleep(300);
+    ran = processEventsUntil(g_callRan) && ran;
 
     QObject onLibraryThread;
     onLibraryThread.moveToThread(lib->thread());
@@ -63,6 +73,6 @@ int main(int argc, char** argv)
                    [](bool) { bumpInDirectReceiver(); });
     lib->async([lib] { SiriusLib::on_channelBusy_callback(lib, 0); });
     ++g_direct; // after the post: races with the receiver that the emission calls directly
-    QThread::msleep(300);
-    return g_signalled > 0 && g_called > 0 && g_direct > 0 ? 0 : 1;
+    ran = processEventsUntil(g_directReceived) && ran;
+    return ran ? 0 : 1;
 }
