@@ -72,10 +72,10 @@ void SiriusLib::async(std::function<void()> fn)
         LOG4CPLUS_ERROR(logger(), "An empty function was queued to the library thread; ignored");
         return;
     }
-    // From another thread the call is queued; on the library thread it runs at once, and then no
-    // lock may be held around it: the library call inside may wait for the library's own threads,
-    // whose callbacks emit.
-    // Made before the emission, so that it also ends after it, outside its unrecorded part.
+    // From another thread the call is queued; on the library thread it runs at once, so no lock
+    // may be held around it: the library call inside may wait for the library's own threads,
+    // whose callbacks emit. The function is made before the emission so that it also ends after
+    // it, outside the part that ThreadSanitizer does not record.
     const SiriusLibFunction call(std::move(fn));
     m_callsHandOver.post([&] { emit doAsync(call); });
 }
