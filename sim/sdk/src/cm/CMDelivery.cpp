@@ -18,23 +18,19 @@ using Parcel = std::function<void()>;
 // receiving thread runs for it, but Debian's Qt is not instrumented, so ThreadSanitizer cannot
 // see that. In its builds these tell it, for one parcel at a time; elsewhere they are nothing.
 
+#if defined(__SANITIZE_THREAD__)
 void released(const Parcel* parcel)
 {
-#if defined(__SANITIZE_THREAD__)
     __tsan_release(const_cast<Parcel*>(parcel));
-#else
-    (void)parcel;
-#endif
 }
-
 void acquired(const Parcel* parcel)
 {
-#if defined(__SANITIZE_THREAD__)
     __tsan_acquire(const_cast<Parcel*>(parcel));
-#else
-    (void)parcel;
-#endif
 }
+#else
+void released(const Parcel*) {}
+void acquired(const Parcel*) {}
+#endif
 
 /// Qt moves the queued functor (the parcel's pointer) into its own slot object inside
 /// invokeMethod, after the release, and may destroy that slot object there too once the receiver
