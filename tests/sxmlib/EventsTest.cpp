@@ -7,25 +7,13 @@
 
 using namespace sxmlib::test;
 
-namespace {
-
-class Events : public LibraryFixture
-{
-protected:
-    void SetUp() override
-    {
-        LibraryFixture::SetUp();
-        ASSERT_NO_FATAL_FAILURE(signInAndList());
-        m_recorder.reset();
-    }
-
-    std::vector<ErrorNote> errors() { return recorded().errors; }
-};
-
-} // namespace
+using Events = SignedInFixture;
 
 TEST_F(Events, ABypassChangeIsReportedOnceWithCodeZero)
 {
+    const auto errors = [] {
+        return recorded().errors;
+    };
     m_server->faults().merge({{"bypass", {{"isGupUnavailable", true}}}});
     EXPECT_EQ(sxm_get_recents(), 0) << "GUP bypass switches recents off";
     EXPECT_EQ(std::string(sxm_get_error()),
@@ -47,18 +35,15 @@ TEST_F(Events, ABypassChangeIsReportedOnceWithCodeZero)
 
 TEST_F(Events, APlaybackTheServiceEndsIsReportedOnceAsCodeThirtySeven)
 {
-    const std::string channel = catalog().channels()[0].id;
-    ASSERT_EQ(play(SXM_MODE_LIVE, channel, "", "", "", true), 1) << sxm_get_error();
-    ASSERT_TRUE(m_recorder.waitFor([](CallbackRecorder& r) { return !r.audio.empty(); }));
+    ASSERT_EQ(play(SXM_MODE_LIVE, liveChannel(), "", "", "", true), 1) << sxm_get_error();
+    ASSERT_TRUE(waitForAudio(1));
     m_server->endPlayback();
     sxm_externalTimerTick(5000);
-    advance(10000); // the next segment is due: the stream meets the 409 as well
-    ASSERT_TRUE(m_recorder.waitFor([](CallbackRecorder& r) {
-        return !r.errors.empty() && r.errors.back().code == SXM_ERROR_PLAYBACK_ENDED;
-    }));
+    advance(kSegmentMs); // the next segment is due: the stream meets the 409 as well
+    ASSERT_TRUE(waitForError(SXM_ERROR_PLAYBACK_ENDED));
     EXPECT_EQ(sxm_stopChannel(), 1);
     int ended = 0;
-    for (const ErrorNote& note : errors()) {
+    for (const ErrorNote& note : recorded().errors) {
         if (note.code == SXM_ERROR_PLAYBACK_ENDED) {
             ++ended;
             EXPECT_EQ(note.message,

@@ -9,32 +9,12 @@ using namespace sxmlib::test;
 
 namespace {
 
-constexpr int kBitrate = SXM_STREAM_64_KBPS;
-constexpr std::int64_t kSegmentMs = 10000;
-
-class Faults : public LibraryFixture
+class Faults : public SignedInFixture
 {
 protected:
-    void SetUp() override
-    {
-        LibraryFixture::SetUp();
-        ASSERT_NO_FATAL_FAILURE(signInAndList());
-        m_recorder.reset();
-    }
-
     void fault(const std::string& endpoint, const nlohmann::json& what)
     {
         ASSERT_FALSE(m_server->faults().merge({{"endpoints", {{endpoint, what}}}}).has_value());
-    }
-
-    bool waitForError(int code)
-    {
-        return m_recorder.waitFor([code](CallbackRecorder& r) {
-            for (const ErrorNote& note : r.errors)
-                if (note.code == code)
-                    return true;
-            return false;
-        });
     }
 
     ErrorNote errorWithCode(int code)
@@ -44,8 +24,6 @@ protected:
                 return note;
         return {};
     }
-
-    std::string channel() const { return catalog().channels()[0].id; }
 };
 
 } // namespace
@@ -56,17 +34,15 @@ TEST_F(Faults, ABrokenOffAnswerIsAConnectionFailure)
     EXPECT_EQ(sxm_get_favorites(), 0);
     EXPECT_STREQ(sxm_get_error(), "Unable to connect to SiriusXM. Check your Internet connection");
     EXPECT_EQ(sxm_get_status(), SXM_STATUS_READY) << "a failed list does not end the session";
-    const Recorded r = recorded();
-    EXPECT_TRUE(r.favorites.empty()) << "nothing half-read is delivered";
+    EXPECT_TRUE(recorded().favorites.empty()) << "nothing half-read is delivered";
 }
 
 TEST_F(Faults, ASegmentThatBreaksOffIsFetchedAgainAndTheAudioStaysExact)
 {
     fault("audio", {{"drop", true}, {"times", 1}});
-    const std::string expected = plaintext("live", channel(), kBitrate, now() / kSegmentMs);
-    ASSERT_EQ(play(SXM_MODE_LIVE, channel(), "", "", "", true), 1) << sxm_get_error();
-    ASSERT_TRUE(
-        m_recorder.waitFor([&](CallbackRecorder& r) { return r.audio.size() >= expected.size(); }));
+    const std::string expected = plaintext("live", liveChannel(), kBitrate, now() / kSegmentMs);
+    ASSERT_EQ(play(SXM_MODE_LIVE, liveChannel(), "", "", "", true), 1) << sxm_get_error();
+    ASSERT_TRUE(waitForAudio(expected.size()));
     const Recorded r = recorded();
     EXPECT_TRUE(r.audio == expected);
     EXPECT_TRUE(r.errors.empty());
@@ -75,21 +51,20 @@ TEST_F(Faults, ASegmentThatBreaksOffIsFetchedAgainAndTheAudioStaysExact)
 TEST_F(Faults, AStreamWhoseSegmentsKeepFailingGivesUpWithAnError)
 {
     fault("audio", {{"status", 500}});
-    ASSERT_EQ(play(SXM_MODE_LIVE, channel(), "", "", "", true), 1) << sxm_get_error();
+    ASSERT_EQ(play(SXM_MODE_LIVE, liveChannel(), "", "", "", true), 1) << sxm_get_error();
     ASSERT_TRUE(waitForError(1));
     const ErrorNote note = errorWithCode(1);
     EXPECT_TRUE(note.errorStop);
     EXPECT_EQ(note.responseCode, 500);
     EXPECT_EQ(note.message, "The service failed on purpose: status 500 on endpoint audio");
-    Recorded r = recorded();
-    EXPECT_EQ(r.busy.front(), 1) << "busy while it retried";
+    EXPECT_EQ(recorded().busy.front(), 1) << "busy while it retried";
     EXPECT_EQ(sxm_stopChannel(), 1);
 }
 
 TEST_F(Faults, AnExpiredSessionEndsTheStreamWithTheServiceText)
 {
-    ASSERT_EQ(play(SXM_MODE_LIVE, channel(), "", "", "", true), 1) << sxm_get_error();
-    ASSERT_TRUE(m_recorder.waitFor([](CallbackRecorder& r) { return !r.audio.empty(); }));
+    ASSERT_EQ(play(SXM_MODE_LIVE, liveChannel(), "", "", "", true), 1) << sxm_get_error();
+    ASSERT_TRUE(waitForAudio(1));
     m_server->expireSessions();
     advance(kSegmentMs); // the next segment is due and meets the 401
     ASSERT_TRUE(waitForError(2));
@@ -102,8 +77,8 @@ TEST_F(Faults, AnExpiredSessionEndsTheStreamWithTheServiceText)
 
 TEST_F(Faults, TheServiceGoingAwayMidStreamNeverHangsAStop)
 {
-    ASSERT_EQ(play(SXM_MODE_LIVE, channel(), "", "", "", true), 1) << sxm_get_error();
-    ASSERT_TRUE(m_recorder.waitFor([](CallbackRecorder& r) { return !r.audio.empty(); }));
+    ASSERT_EQ(play(SXM_MODE_LIVE, liveChannel(), "", "", "", true), 1) << sxm_get_error();
+    ASSERT_TRUE(waitForAudio(1));
     m_server->stop();
     EXPECT_EQ(sxm_get_recents(), 0);
     char buffer[64] = {};

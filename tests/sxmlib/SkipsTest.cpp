@@ -13,8 +13,6 @@ using namespace sxmlib::test;
 
 namespace {
 
-constexpr std::int64_t kSegmentMs = 10000;
-
 // "yyyy-MM-ddTHH:mm:ss.zzz", the service's UTC times without a zone.
 bool isUtcTime(const std::string& text)
 {
@@ -23,15 +21,14 @@ bool isUtcTime(const std::string& text)
            QDateTime::fromString(QString::fromStdString(text), format).isValid();
 }
 
-class Skips : public LibraryFixture
+class Skips : public SignedInFixture
 {
 protected:
     void adjust(sxm::service::Options& options) override { options.skipsPerHour = 3; }
 
     void SetUp() override
     {
-        LibraryFixture::SetUp();
-        ASSERT_NO_FATAL_FAILURE(signInAndList());
+        SignedInFixture::SetUp();
         // Taking nothing keeps the listener where the stream started.
         m_recorder.setIntake(Intake::Nothing);
     }
@@ -54,22 +51,20 @@ protected:
         answer.error = sxm_get_error();
         return answer;
     }
-
-    const sxm::service::Channel& channel() const { return catalog().channels()[0]; }
 };
 
 } // namespace
 
 TEST_F(Skips, PreviousUsesTheBudgetUntilTheServiceSaysWhenMoreComes)
 {
-    ASSERT_EQ(play(SXM_MODE_LIVE, channel().id, "", "", "", true), 1) << sxm_get_error();
+    ASSERT_EQ(play(SXM_MODE_LIVE, liveChannel(), "", "", "", true), 1) << sxm_get_error();
     for (int left = 2; left >= 0; --left) {
         const Answer answer = ask(false);
         ASSERT_EQ(answer.result, left) << answer.error;
         const auto comma = answer.text.find(',');
         ASSERT_NE(comma, std::string::npos) << answer.text;
         EXPECT_TRUE(isUtcTime(answer.text.substr(0, comma))) << answer.text;
-        EXPECT_EQ(answer.text.substr(comma + 1), channel().assetGuid);
+        EXPECT_EQ(answer.text.substr(comma + 1), catalog().findChannel(liveChannel())->assetGuid);
         EXPECT_EQ(answer.error, "");
     }
     const Answer refused = ask(false);
@@ -122,7 +117,7 @@ TEST_F(Skips, RefusalsWithoutAPlaybackOrWithoutRights)
     EXPECT_EQ(ask(false).text, "");
 
     m_server->faults().merge({{"skipsNotAllowed", true}});
-    ASSERT_EQ(play(SXM_MODE_LIVE, channel().id, "", "", "", true), 1) << sxm_get_error();
+    ASSERT_EQ(play(SXM_MODE_LIVE, liveChannel(), "", "", "", true), 1) << sxm_get_error();
     const Answer refused = ask(false);
     EXPECT_EQ(refused.result, SXM_RESULT_SKIPS_NOT_ALLOWED);
     EXPECT_EQ(refused.text, "error/Skips are not allowed on this channel");

@@ -40,16 +40,23 @@ struct Notice
 
 } // namespace
 
-TEST(CMNodesWorker, RoutesByPathWithoutParametersAndRefusesUnknownPaths)
+TEST(CMNodesWorker, RoutesByPathWithoutParametersPagesAndRefusesUnknownPaths)
 {
     CMNodesWorker worker({}, QStringLiteral("Test"));
     auto* node = new CMListRowsNode(CMPath("/t/list"), worker.nodes());
     node->setNodes(worker.nodes());
-    node->rowsAppend(titled(QStringLiteral("one")));
+    for (int i = 0; i < 10; ++i)
+        node->rowsAppend(titled(QString::number(i)));
 
-    CMGetRowsRequest request(CMPath("/t/list?title=x&icon=y"));
-    EXPECT_TRUE(worker.request(request));
-    EXPECT_EQ(titles(rowsOf(request)), QStringList{QStringLiteral("one")});
+    CMGetRowsRequest page(CMPath("/t/list?title=x&icon=y"), 3, 4);
+    EXPECT_TRUE(worker.request(page));
+    EXPECT_EQ(titles(rowsOf(page)), (QStringList{"3", "4", "5", "6"}));
+    EXPECT_EQ(rowsOf(page).offset(), 3);
+    EXPECT_EQ(rowsOf(page).total(), 10);
+    CMGetRowsRequest beyond(CMPath("/t/list"), 20, 5);
+    worker.request(beyond);
+    EXPECT_TRUE(rowsOf(beyond).rows().isEmpty());
+    EXPECT_EQ(rowsOf(beyond).total(), 10);
 
     CMGetRowsRequest unknown(CMPath("/t/nothing?x=1"));
     EXPECT_FALSE(worker.request(unknown));
@@ -79,26 +86,6 @@ TEST(CMNodesWorker, ANodeDeletedLaterLeavesTheRegistry)
     second->setNodes(worker.nodes());
     delete first;
     EXPECT_EQ(worker.nodes()->node(CMPath("/t/x")), second);
-}
-
-TEST(CMListRowsNode, PagesWithOffsetCountAndTotal)
-{
-    CMNodes nodes;
-    CMListRowsNode node(CMPath("/t/list"));
-    node.setNodes(&nodes);
-    for (int i = 0; i < 10; ++i)
-        node.rowsAppend(titled(QString::number(i)));
-
-    CMGetRowsRequest page(CMPath("/t/list"), 3, 4);
-    node.getRowsRequest(page);
-    EXPECT_EQ(titles(rowsOf(page)), (QStringList{"3", "4", "5", "6"}));
-    EXPECT_EQ(rowsOf(page).offset(), 3);
-    EXPECT_EQ(rowsOf(page).total(), 10);
-
-    CMGetRowsRequest beyond(CMPath("/t/list"), 20, 5);
-    node.getRowsRequest(beyond);
-    EXPECT_TRUE(rowsOf(beyond).rows().isEmpty());
-    EXPECT_EQ(rowsOf(beyond).total(), 10);
 }
 
 TEST(CMListRowsNode, LinkRowsShowTheLinkedNodeAsItIsWhenRead)
@@ -172,16 +159,16 @@ TEST(CMListRowsNode, ObserversComeAndGoAndChangesAreAnnounced)
 TEST(CMUnusedNodeTimer, DeletesANodeNobodyUsesButNeverOneInUse)
 {
     CMNodesWorker worker({}, QStringLiteral("Test"));
-    QPointer<CMListRowsNode> unused = new CMListRowsNode(CMPath("/t/unused"), worker.nodes());
-    unused->setNodes(worker.nodes());
-    new CMUnusedNodeTimer(unused, 50);
     QPointer<CMListRowsNode> held = new CMListRowsNode(CMPath("/t/held"), worker.nodes());
     held->setNodes(worker.nodes());
     new CMUnusedNodeTimer(held, 50);
-
     worker.connectRowsChanged(CMPath("/t/held"));
+    // Twice the time, started later: once this node is gone, the held one's time is long over.
+    QPointer<CMListRowsNode> unused = new CMListRowsNode(CMPath("/t/unused"), worker.nodes());
+    unused->setNodes(worker.nodes());
+    new CMUnusedNodeTimer(unused, 100);
+
     EXPECT_TRUE(waitUntil([&] { return unused.isNull(); }, 5000));
-    testsupport::pump(150);
     EXPECT_FALSE(held.isNull());
 
     worker.disconnectRowsChanged(CMPath("/t/held"));

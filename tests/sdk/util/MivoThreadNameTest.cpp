@@ -37,8 +37,6 @@ std::string nameSeenInProc(const QString& name)
 
 TEST(MivoThreadName, NamesAreCutToFifteenBytesNeverInsideACharacter)
 {
-    EXPECT_EQ(nameSeenInProc(QStringLiteral("exactly15bytes!")), "exactly15bytes!");
-    EXPECT_EQ(nameSeenInProc(QStringLiteral("a_rather_long_thread_name")), "a_rather_long_t");
     // "€" is three bytes in UTF-8.
     EXPECT_EQ(nameSeenInProc(QString::fromUtf8("abcdefghijkl€")), "abcdefghijkl€"); // 15 bytes
     EXPECT_EQ(nameSeenInProc(QString::fromUtf8("abcdefghijklm€")), "abcdefghijklm");

@@ -1,4 +1,6 @@
+#include <mivosdk/CMError.h>
 #include <mivosdk/MivoSirius.h>
+#include <mivosdk/MivoValue.h>
 
 #include <QDataStream>
 #include <QJsonDocument>
@@ -6,8 +8,8 @@
 
 namespace {
 
-/// The ways a record travels: through a settings file (JSON) and through a queued signal
-/// (QDataStream of the variant).
+/// The ways a record or value travels: through a settings file (JSON) and through a queued
+/// signal (QDataStream of the variant).
 template <class T>
 T throughJson(const T& value)
 {
@@ -68,6 +70,17 @@ TEST(SiriusValueTypes, RecordsSurviveJsonAndQueuedSignals)
         MivoSiriusBypassStatus().setIsPausePoinUnavailable(true));
     EXPECT_TRUE(throughJson(error).bypassStatus().isPausePoinUnavailable());
     EXPECT_FALSE(throughJson(error).bypassStatus().isGupUnavailable());
+
+    MivoValue account;
+    account.setSiriusAccount(MivoSiriusAccount()
+                                 .setUsername(QStringLiteral("user"))
+                                 .setPassword(QStringLiteral("päss")));
+    EXPECT_EQ(throughJson(account).type(), MivoValueType::SiriusAccount);
+    EXPECT_EQ(throughJson(account).siriusAccount(), account.siriusAccount());
+
+    const CMError named(QStringLiteral("SiriusXM"), TrString("%1 channels").arg(12));
+    EXPECT_EQ(named.message().toString(), QStringLiteral("12 channels"));
+    EXPECT_EQ(CMError(named.__hash()), named);
 }
 
 TEST(SiriusValueTypes, UnsetFieldsAreAbsentAndReadAsDefaults)
@@ -78,6 +91,11 @@ TEST(SiriusValueTypes, UnsetFieldsAreAbsentAndReadAsDefaults)
     content.setTitle(QString());
     EXPECT_FALSE(content.isEmpty()) << "a field set to an empty text is still set";
     EXPECT_EQ(content.__hash().keys(), QStringList{MivoSiriusContent::Title()});
+
+    // A value of another type, or out of range, reads as the empty record or the default.
+    EXPECT_TRUE(MivoValue().setString(QStringLiteral("x")).siriusAccount().isEmpty());
+    EXPECT_EQ(MivoValue().setInt(17).siriusAudioBitrate(), MivoSiriusAudioBitrate::Default);
+    EXPECT_EQ(MivoValue().setInt(0).siriusAudioBitrate(), MivoSiriusAudioBitrate::Kbps32);
 }
 
 TEST(SiriusEnumerations, RoundTripThroughTextAndRejectUnknownText)

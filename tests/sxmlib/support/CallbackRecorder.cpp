@@ -10,29 +10,21 @@ std::string text(const char* value)
     return value ? std::string(value) : std::string();
 }
 
-} // namespace
-
 Content copyContent(const sxm_content& r)
 {
     Content c;
     c.assetType = r.assetType;
-    c.assetGuid = text(r.assetGuid);
     c.title = text(r.title);
     c.genreKey = text(r.genreKey);
     c.channelId = text(r.channelId);
-    c.showGuid = text(r.showGuid);
-    c.category = text(r.category);
     c.logoCount = r.logoCount;
     for (int i = 0; i < r.logoCount; ++i)
         c.logoUrls.push_back(text(r.logos[i].url));
     c.siriusChannelNumber = r.siriusChannelNumber;
     c.isFavorite = r.isFavorite != 0;
     c.isXtra = r.isXtra != 0;
-    c.duration = r.duration;
     return c;
 }
-
-namespace {
 
 ListItem listItem(const sxm_content* item, int index)
 {
@@ -91,8 +83,7 @@ sxm_callbacks CallbackRecorder::callbacks()
     };
     c.onTimebar = [](void* context, sxm_timebarData* t) {
         return record(context, [t](Recorded& r) {
-            r.timebars.push_back({t->startTimestamp, t->currentTimestamp, t->duration,
-                                  t->irNavClass, t->segmentCount});
+            r.timebars.push_back({t->startTimestamp, t->duration, t->irNavClass, t->segmentCount});
         });
     };
     // Lists that the end-to-end tests through the host check are registered, not recorded.

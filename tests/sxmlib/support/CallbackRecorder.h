@@ -23,13 +23,12 @@ namespace sxmlib::test {
 struct Content
 {
     int assetType = -1;
-    std::string assetGuid, title, genreKey, channelId, showGuid, category;
+    std::string title, genreKey, channelId;
     int logoCount = 0;
     std::vector<std::string> logoUrls; ///< "" for a null url
     int siriusChannelNumber = 0;
     bool isFavorite = false;
     bool isXtra = false;
-    int duration = 0;
 };
 
 struct ErrorNote
@@ -56,7 +55,7 @@ struct Track
 
 struct Timebar
 {
-    std::int64_t startTimestamp = 0, currentTimestamp = 0;
+    std::int64_t startTimestamp = 0;
     int duration = 0;
     int irNavClass = 0;
     int segmentCount = 0;
@@ -147,8 +146,5 @@ private:
 
     std::condition_variable m_condition;
 };
-
-/// A content record as plain values.
-Content copyContent(const sxm_content& record);
 
 } // namespace sxmlib::test

@@ -39,7 +39,7 @@ void LibraryFixture::SetUp()
     m_recorder.reset();
     ASSERT_EQ(sxm_init(), 1) << sxm_get_error();
     ASSERT_EQ(sxm_registerCallbacks(m_recorder.callbacks()), 1) << sxm_get_error();
-    ASSERT_EQ(sxm_selectStreamIndex(SXM_STREAM_64_KBPS), 1);
+    ASSERT_EQ(sxm_selectStreamIndex(kBitrate), 1);
 }
 
 void LibraryFixture::TearDown()
@@ -113,6 +113,37 @@ void LibraryFixture::startIntegratorThread()
                 sxm_sendAudioData();
             }
         }
+    });
+}
+
+void SignedInFixture::SetUp()
+{
+    LibraryFixture::SetUp();
+    ASSERT_NO_FATAL_FAILURE(signInAndList());
+    m_recorder.reset();
+}
+
+std::string SignedInFixture::geoRestrictedChannel() const
+{
+    for (const auto& channel : catalog().channels())
+        if (channel.records.front().geoRestrictions != 0)
+            return channel.id;
+    ADD_FAILURE() << "the catalog has no geo-restricted channel";
+    return std::string();
+}
+
+bool SignedInFixture::waitForAudio(std::size_t bytes)
+{
+    return m_recorder.waitFor([bytes](CallbackRecorder& r) { return r.audio.size() >= bytes; });
+}
+
+bool SignedInFixture::waitForError(int code)
+{
+    return m_recorder.waitFor([code](CallbackRecorder& r) {
+        for (const ErrorNote& note : r.errors)
+            if (note.code == code)
+                return true;
+        return false;
     });
 }
 

@@ -25,6 +25,9 @@ namespace sxmlib::test {
 
 /// 2026-11-22T12:00:00.000Z: a whole number of segments.
 inline constexpr std::int64_t kStartMs = 1795348800000LL;
+inline constexpr std::int64_t kSegmentMs = 10000;
+/// The stream every test selects; the service's plaintext is asked for at this index.
+inline constexpr int kBitrate = SXM_STREAM_64_KBPS;
 
 /// A text of the service (UTF-8) as the library hands track and cut texts over: Latin-1, "?" for
 /// a character that Latin-1 lacks.
@@ -76,6 +79,21 @@ private:
     std::atomic<std::int64_t> m_now{kStartMs};
     std::atomic<bool> m_integratorRuns{false};
     std::thread m_integrator;
+};
+
+/// Signed in as demo/demo, the line-up listed, nothing recorded yet: where most tests start.
+class SignedInFixture : public LibraryFixture
+{
+protected:
+    void SetUp() override;
+
+    /// A channel that plays here; the other one the service refuses here.
+    std::string liveChannel() const { return catalog().channels()[0].id; }
+    std::string geoRestrictedChannel() const;
+
+    bool waitForAudio(std::size_t bytes);
+    /// Until the error callback reported `code`.
+    bool waitForError(int code);
 };
 
 } // namespace sxmlib::test
