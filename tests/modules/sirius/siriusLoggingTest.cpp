@@ -1,4 +1,4 @@
-// The module's loggers and the function tracer.
+// The function tracer of the module's loggers.
 
 #include "siriusLogging.h"
 #include "logCapture.h"
@@ -24,13 +24,6 @@ int tracedFunction(int value)
 }
 
 } // namespace
-
-TEST(SiriusLogging, LoggersCarryTheirNames)
-{
-    EXPECT_EQ(sirius::cbSiriusLogger().getName(), "CB_Sirius");
-    EXPECT_EQ(sirius::siriusPlaylogicLogger().getName(), "SiriusPlaylogic");
-    EXPECT_EQ(sirius::siriusLibraryLogger().getName(), "SiriusLibrary");
-}
 
 TEST(SiriusLogging, TracerLogsEnterAndLeaveWithSignatureFileAndLine)
 {

@@ -31,6 +31,25 @@ inline MivoSiriusContent channel(const QString& id, const QString& genre, int nu
     return content;
 }
 
+inline QStringList titles(const QList<MivoRoles>& rows)
+{
+    QStringList list;
+    for (const MivoRoles& row : rows)
+        list << row.title();
+    return list;
+}
+
+/// The last program-data call made to the library ("sxm_st..."), or an empty text.
+inline std::string lastPdtCall()
+{
+    const std::vector<std::string> calls = fake::library().callsSnapshot();
+    for (auto call = calls.rbegin(); call != calls.rend(); ++call) {
+        if (call->rfind("sxm_st", 0) == 0)
+            return *call;
+    }
+    return std::string();
+}
+
 /// A content manager over a bridge on this thread, with the scripted fake library behind it.
 class ContentManagerTest : public ::testing::Test
 {
@@ -41,21 +60,6 @@ protected:
         for (const MivoSiriusContent& content : channels)
             manager.on_siriusLib_channel(content);
         manager.on_siriusLib_channel(MivoSiriusContent());
-    }
-    void script(const std::string& operation, std::function<void(const sxm_callbacks&)> during)
-    {
-        std::lock_guard<std::mutex> lock(fake::library().mutex);
-        fake::library().during[operation] = std::move(during);
-    }
-    void result(const std::string& operation, int value)
-    {
-        std::lock_guard<std::mutex> lock(fake::library().mutex);
-        fake::library().results[operation] = value;
-    }
-    int calls(const std::string& name)
-    {
-        const auto all = fake::library().callsSnapshot();
-        return int(std::count(all.begin(), all.end(), name));
     }
     /// Registers the bridge's callbacks with the fake (so scripted lists reach it).
     void registerCallbacks()

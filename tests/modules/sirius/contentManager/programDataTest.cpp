@@ -2,6 +2,7 @@
 
 using fixtures::channel;
 using fixtures::ContentManagerTest;
+using fixtures::lastPdtCall;
 
 namespace {
 
@@ -45,22 +46,14 @@ TEST_F(ContentManagerTest, CutsBecomeCurrent160SecondsAfterTheirStampOneNoticePe
 
 TEST_F(ContentManagerTest, TheRegistryAsksTheLibraryForExactlyTheRegisteredChannels)
 {
-    const auto lastStart = [] {
-        const auto calls = fake::library().callsSnapshot();
-        for (auto it = calls.rbegin(); it != calls.rend(); ++it) {
-            if (it->rfind("sxm_st", 0) == 0)
-                return *it;
-        }
-        return std::string();
-    };
     manager.registerPdt(CMPath("/l/list"), QStringList{"a", "b"});
-    EXPECT_EQ(lastStart().rfind("sxm_startPtdNotificationForChannelIds(", 0), 0u);
+    EXPECT_EQ(lastPdtCall().rfind("sxm_startPtdNotificationForChannelIds(", 0), 0u);
     manager.registerPdt(CMPath("/l/list"), QStringList{"c"}); // replaces
-    EXPECT_EQ(lastStart(), "sxm_startPtdNotificationForChannelIds(c;)");
+    EXPECT_EQ(lastPdtCall(), "sxm_startPtdNotificationForChannelIds(c;)");
     manager.registerPdt(CMPath("/l/genre"), "pop");
-    EXPECT_EQ(lastStart(), "sxm_startPtdNotification") << "a genre and ids together: everything";
+    EXPECT_EQ(lastPdtCall(), "sxm_startPtdNotification") << "a genre and ids together: everything";
     manager.unregisterPdt(CMPath("/l/list"));
-    EXPECT_EQ(lastStart(), "sxm_startPtdNotificationForGenre(pop)");
+    EXPECT_EQ(lastPdtCall(), "sxm_startPtdNotificationForGenre(pop)");
     manager.unregisterPdt(CMPath("/l/genre"));
-    EXPECT_EQ(lastStart(), "sxm_stop_pdt_notification") << "the last one gone stops the library";
+    EXPECT_EQ(lastPdtCall(), "sxm_stop_pdt_notification") << "the last one gone stops the library";
 }

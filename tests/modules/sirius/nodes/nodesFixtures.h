@@ -27,24 +27,6 @@ inline MivoSiriusPdtCut dueCut(const QString& channelId, const QString& title)
         .setTitle(title);
 }
 
-/// The program-data calls made to the library, oldest first.
-inline std::vector<std::string> pdtCalls()
-{
-    std::vector<std::string> found;
-    for (const std::string& call : fake::library().callsSnapshot()) {
-        if (call.rfind("sxm_st", 0) == 0)
-            found.push_back(call);
-    }
-    return found;
-}
-
-/// The last program-data call made to the library, or an empty text.
-inline std::string lastPdtCall()
-{
-    const std::vector<std::string> calls = pdtCalls();
-    return calls.empty() ? std::string() : calls.back();
-}
-
 /// A node registry and a factory over the content manager of ContentManagerTest.
 class NodesTest : public ContentManagerTest
 {
@@ -63,13 +45,6 @@ protected:
             << "no answer for " << path.toEncoded().toStdString();
         lastError = request.reply().error();
         return MivoRowsRoles(request.reply().result().toHash());
-    }
-    static QStringList titles(const QList<MivoRoles>& rows)
-    {
-        QStringList list;
-        for (const MivoRoles& row : rows)
-            list << row.title();
-        return list;
     }
 
     CMNodes nodes;

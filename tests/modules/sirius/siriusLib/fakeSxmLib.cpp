@@ -1,6 +1,6 @@
 #include "fakeSxmLib.h"
 
-#include <cstring>
+#include <algorithm>
 
 namespace fake {
 
@@ -18,23 +18,41 @@ void reset()
     static_cast<State&>(lib) = State();
 }
 
-int Library::result(const std::string& name)
-{
-    std::lock_guard<std::mutex> lock(mutex);
-    const auto it = results.find(name);
-    return it == results.end() ? 1 : it->second;
-}
-
-void Library::record(const std::string& call)
-{
-    std::lock_guard<std::mutex> lock(mutex);
-    calls.push_back(call);
-}
-
 std::vector<std::string> Library::callsSnapshot()
 {
     std::lock_guard<std::mutex> lock(mutex);
     return calls;
+}
+
+void script(const std::string& operation, std::function<void(const sxm_callbacks&)> during)
+{
+    std::lock_guard<std::mutex> lock(library().mutex);
+    library().during[operation] = std::move(during);
+}
+
+void result(const std::string& operation, int value)
+{
+    std::lock_guard<std::mutex> lock(library().mutex);
+    library().results[operation] = value;
+}
+
+int calls(const std::string& call)
+{
+    const std::vector<std::string> all = library().callsSnapshot();
+    return int(std::count(all.begin(), all.end(), call));
+}
+
+sxm_content record(const char* channelId, int assetType, const char* title)
+{
+    sxm_content content{};
+    content.channelId = channelId;
+    content.assetType = assetType;
+    content.title = title;
+    content.assetGuid = title;
+    content.category = "Music";
+    content.genre = "Pop";
+    content.genreKey = "pop";
+    return content;
 }
 
 } // namespace fake
@@ -45,11 +63,11 @@ namespace {
 int operation(const std::string& name, const std::string& args = std::string())
 {
     fake::Library& lib = fake::library();
-    lib.record(args.empty() ? name : name + "(" + args + ")");
     std::function<void(const sxm_callbacks&)> during;
     sxm_callbacks callbacks;
     {
         std::lock_guard<std::mutex> lock(lib.mutex);
+        lib.calls.push_back(args.empty() ? name : name + "(" + args + ")");
         const auto it = lib.during.find(name);
         if (it != lib.during.end())
             during = it->second;
@@ -57,7 +75,9 @@ int operation(const std::string& name, const std::string& args = std::string())
     }
     if (during)
         during(callbacks);
-    return lib.result(name);
+    std::lock_guard<std::mutex> lock(lib.mutex);
+    const auto it = lib.results.find(name);
+    return it == lib.results.end() ? 1 : it->second;
 }
 
 std::string text(const char* value)
@@ -69,13 +89,32 @@ std::string text(const char* value)
 
 extern "C" {
 
+// The operations without arguments: recorded by name, scripted, answered.
+#define FAKE_OPERATION(name)                                                                       \
+    int name(void)                                                                                 \
+    {                                                                                              \
+        return operation(#name);                                                                   \
+    }
+FAKE_OPERATION(sxm_init)
+FAKE_OPERATION(sxm_configure_sirius)
+FAKE_OPERATION(sxm_channel_list)
+FAKE_OPERATION(sxm_get_forYouCarousel)
+FAKE_OPERATION(sxm_get_favorites)
+FAKE_OPERATION(sxm_get_recents)
+FAKE_OPERATION(sxm_clearRecents)
+FAKE_OPERATION(sxm_startPtdNotification)
+FAKE_OPERATION(sxm_stop_pdt_notification)
+FAKE_OPERATION(sxm_get_bypassStatus)
+FAKE_OPERATION(sxm_stopChannel)
+FAKE_OPERATION(sxm_getStreamBitrate)
+FAKE_OPERATION(sxm_sendAudioData)
+#undef FAKE_OPERATION
+
 void sxm_getVersion(int* major, int* minor, int* patch)
 {
-    fake::Library& lib = fake::library();
-    std::lock_guard<std::mutex> lock(lib.mutex);
-    *major = lib.version[0];
-    *minor = lib.version[1];
-    *patch = lib.version[2];
+    *major = 3;
+    *minor = 0;
+    *patch = 0;
 }
 
 int sxm_get_status(void)
@@ -88,11 +127,6 @@ const char* sxm_get_error(void)
 {
     // Valid until the next call that changes it; the tests set it before the operation runs.
     return fake::library().error.c_str();
-}
-
-int sxm_init(void)
-{
-    return operation("sxm_init");
 }
 
 void sxm_externalTimerTick(uint32_t ms)
@@ -121,16 +155,6 @@ int sxm_verify_account(const char* username, const char* password)
     return operation("sxm_verify_account", text(username) + "," + text(password));
 }
 
-int sxm_configure_sirius(void)
-{
-    return operation("sxm_configure_sirius");
-}
-
-int sxm_channel_list(void)
-{
-    return operation("sxm_channel_list");
-}
-
 int sxm_getShows(const char* genreKey, const char* channelId)
 {
     return operation("sxm_getShows", text(genreKey) + "," + text(channelId));
@@ -139,26 +163,6 @@ int sxm_getShows(const char* genreKey, const char* channelId)
 int sxm_getEpisodes(const char* showGuid)
 {
     return operation("sxm_getEpisodes", text(showGuid));
-}
-
-int sxm_get_forYouCarousel(void)
-{
-    return operation("sxm_get_forYouCarousel");
-}
-
-int sxm_get_favorites(void)
-{
-    return operation("sxm_get_favorites");
-}
-
-int sxm_get_recents(void)
-{
-    return operation("sxm_get_recents");
-}
-
-int sxm_clearRecents(void)
-{
-    return operation("sxm_clearRecents");
 }
 
 int sxm_search(const char* searchText)
@@ -207,24 +211,9 @@ int sxm_startPtdNotificationForGenre(const char* genreKey)
     return operation("sxm_startPtdNotificationForGenre", text(genreKey));
 }
 
-int sxm_startPtdNotification(void)
-{
-    return operation("sxm_startPtdNotification");
-}
-
-int sxm_stop_pdt_notification(void)
-{
-    return operation("sxm_stop_pdt_notification");
-}
-
 int sxm_checkGeoRestricted(const char* channelId)
 {
     return operation("sxm_checkGeoRestricted", text(channelId));
-}
-
-int sxm_get_bypassStatus(void)
-{
-    return operation("sxm_get_bypassStatus");
 }
 
 int sxm_playChannel(const sxm_playRequest* request)
@@ -232,11 +221,6 @@ int sxm_playChannel(const sxm_playRequest* request)
     return operation("sxm_playChannel", text(request->channelId) + "," + text(request->assetGuid) +
                                             "," + std::to_string(request->mode) + "," +
                                             std::to_string(request->playLive));
-}
-
-int sxm_stopChannel(void)
-{
-    return operation("sxm_stopChannel");
 }
 
 int sxm_userPause(int pause)
@@ -249,27 +233,19 @@ int sxm_outputLatency(int ms)
     return operation("sxm_outputLatency", std::to_string(ms));
 }
 
-int sxm_getStreamBitrate(void)
-{
-    return operation("sxm_getStreamBitrate");
-}
-
-static int segmentTime(const char* name, char* buffer, int size)
-{
-    const int result = operation(name);
-    std::lock_guard<std::mutex> lock(fake::library().mutex);
-    std::strncpy(buffer, fake::library().segmentText.c_str(), static_cast<size_t>(size) - 1);
-    return result;
-}
-
+// No unit test skips; an empty text is what the library writes when it has none.
 int sxm_getPrevSegmentTime(char* buffer, int size)
 {
-    return segmentTime("sxm_getPrevSegmentTime", buffer, size);
+    if (size > 0)
+        buffer[0] = '\0';
+    return operation("sxm_getPrevSegmentTime");
 }
 
 int sxm_getNextSegmentTime(char* buffer, int size)
 {
-    return segmentTime("sxm_getNextSegmentTime", buffer, size);
+    if (size > 0)
+        buffer[0] = '\0';
+    return operation("sxm_getNextSegmentTime");
 }
 
 void sxm_triggerGoLive(void)
@@ -280,11 +256,6 @@ void sxm_triggerGoLive(void)
 void sxm_on_playTimeChanged(int playTime)
 {
     operation("sxm_on_playTimeChanged", std::to_string(playTime));
-}
-
-int sxm_sendAudioData(void)
-{
-    return operation("sxm_sendAudioData");
 }
 
 } // extern "C"

@@ -20,14 +20,12 @@ namespace fake {
 /// What the tests script and what the fake records; reset() starts it afresh.
 struct State
 {
-    int version[3] = {3, 0, 0};
     int status = SXM_STATUS_SIGNED_OUT;
     std::string error;
     std::map<std::string, int> results;                      ///< per operation; missing: 1
     std::vector<std::string> calls;                          ///< "name" or "name(args)"
     std::vector<std::pair<std::thread::id, uint32_t>> ticks; ///< calling thread, elapsed ms
     sxm_callbacks callbacks{};
-    std::string segmentText; ///< written by the segment-time calls
     /// Run during the named list operation (to call callbacks), before it returns.
     std::map<std::string, std::function<void(const sxm_callbacks&)>> during;
 };
@@ -35,14 +33,21 @@ struct State
 struct Library : State
 {
     std::mutex mutex;
-
-    int result(const std::string& name);
-    void record(const std::string& call);
     std::vector<std::string> callsSnapshot();
 };
 
 Library& library();
 /// Forgets everything (between tests).
 void reset();
+
+/// What the named operation does during the call, before it returns.
+void script(const std::string& operation, std::function<void(const sxm_callbacks&)> during);
+/// What the named operation answers.
+void result(const std::string& operation, int value);
+/// How often the library was called so: "name" or "name(args)".
+int calls(const std::string& call);
+
+/// A record as the library lists it: `title` is its asset guid too; genre "Pop", category "Music".
+sxm_content record(const char* channelId, int assetType, const char* title);
 
 } // namespace fake

@@ -8,10 +8,12 @@
 #include <mivosdk/CMRoot.h>
 #include <mivosdk/MivoPaths.h>
 
-#include <QThread>
-
 #include <gtest/gtest.h>
 
+#include <future>
+
+using fake::calls;
+using fake::result;
 using testsupport::waitUntil;
 
 namespace {
@@ -38,24 +40,13 @@ protected:
                 .setSiriusAccount(MivoSiriusAccount().setUsername(user).setPassword(password))
                 .__variant());
     }
+    /// Scripts `during` to run under the fake's lock, which guards the state it changes.
     void script(const std::string& operation, std::function<void()> during)
     {
-        std::lock_guard<std::mutex> lock(fake::library().mutex);
-        fake::library().during[operation] = [during](const sxm_callbacks&) {
-            // The fake's state is only touched under its lock.
+        fake::script(operation, [during](const sxm_callbacks&) {
             std::lock_guard<std::mutex> inner(fake::library().mutex);
             during();
-        };
-    }
-    void result(const std::string& operation, int value)
-    {
-        std::lock_guard<std::mutex> lock(fake::library().mutex);
-        fake::library().results[operation] = value;
-    }
-    int calls(const std::string& name)
-    {
-        const auto all = fake::library().callsSnapshot();
-        return int(std::count(all.begin(), all.end(), name));
+        });
     }
     static QString errorOf(const CMRequest& request)
     {
@@ -96,15 +87,14 @@ TEST_F(SiriusWorkerTest, ARefusedSignInFailsOnlyThatRequestAndTheNextOneTriesAga
 
 TEST_F(SiriusWorkerTest, TheAccountNodeIsWritableWhileTheQueueWaitsForASignIn)
 {
-    {
-        // A slow sign-in on the library thread.
-        std::lock_guard<std::mutex> lock(fake::library().mutex);
-        fake::library().during["sxm_configure_sirius"] = [](const sxm_callbacks&) {
-            QThread::msleep(300);
-            std::lock_guard<std::mutex> inner(fake::library().mutex);
-            fake::library().status = SXM_STATUS_SIGNED_IN;
-        };
-    }
+    // A sign-in on the library thread that lasts until the test lets it end.
+    std::promise<void> release;
+    std::shared_future<void> released = release.get_future().share();
+    fake::script("sxm_configure_sirius", [released](const sxm_callbacks&) {
+        released.wait();
+        std::lock_guard<std::mutex> inner(fake::library().mutex);
+        fake::library().status = SXM_STATUS_SIGNED_IN;
+    });
     SiriusWorker worker({});
     CMGetRowsRequest waiting(MivoSiriusBrowsePath());
     worker.request(waiting);
@@ -121,9 +111,10 @@ TEST_F(SiriusWorkerTest, TheAccountNodeIsWritableWhileTheQueueWaitsForASignIn)
     CMSetDataRequest wrongType(MivoSiriusAccountPath(), MivoRoles::Value(),
                                MivoValue().setString("x").__variant());
     worker.request(wrongType);
-    ASSERT_TRUE(wrongType.reply().isError());
+    EXPECT_TRUE(wrongType.reply().isError()); // no early return: the sign-in must be let go
     EXPECT_EQ(wrongType.reply().error().name(), "SiriusAccountNode");
     EXPECT_EQ(wrongType.reply().error().message().toString(), "Invalid value type");
+    release.set_value();
     EXPECT_TRUE(waitUntil([&] { return waiting.reply().isFinished(); }));
 }
 
