@@ -7,9 +7,11 @@
 #include <httplib.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -222,6 +224,48 @@ TEST_F(ServiceHttp, TuneStartBeginsTheSongOnAirUnlessSwitchedOffOrLiveAsked)
             .status,
         200);
     EXPECT_EQ(startOf({{"mode", 0}, {"channelId", live.id}}), kStartMs);
+}
+
+TEST_F(ServiceHttp, TunedPlaintextIsTheServedSegmentsFromTheStartPosition)
+{
+    EXPECT_FALSE(m_server->tunedPlaintext()) << "nothing before the first tune";
+    const std::string guid = m_server->catalog().episodes().front().record.assetGuid;
+    const Reply tuned = m_demo->post(
+        "/api/v1/playback/tune", {{"mode", 1}, {"accessControlId", guid}, {"timestamp", "12345"}});
+    ASSERT_EQ(tuned.status, 200) << tuned.body;
+    // The request log tells where the tune started.
+    const std::string entry = m_server->takeRequests("tune").back();
+    const std::string start =
+        R"( => {"kind":"episode","id":")" + guid + R"(","startSegment":1,"startOffsetMs":2345})";
+    EXPECT_EQ(entry.substr(entry.size() - std::min(entry.size(), start.size())), start);
+    const std::optional<TunedPlaintext> before = m_server->tunedPlaintext();
+    ASSERT_TRUE(before);
+    EXPECT_EQ(before->toSegment, 0) << "no audio served yet";
+    EXPECT_EQ(before->plaintext, "");
+
+    const std::string audio = "/api/v1/streams/episode/" + guid + "/segments/2/";
+    for (int n : {1, 2})
+        ASSERT_EQ(m_demo->get(audio + std::to_string(n)).status, 200);
+    // Another device's audio is not this playback's.
+    EXPECT_EQ(signedInClient()->get(audio + "3").status, 200);
+    const std::optional<TunedPlaintext> played = m_server->tunedPlaintext();
+    ASSERT_TRUE(played);
+    EXPECT_EQ(played->kind, "episode");
+    EXPECT_EQ(played->bitrate, 2);
+    EXPECT_EQ(played->fromSegment, 1);
+    EXPECT_EQ(played->toSegment, 2);
+    EXPECT_EQ(played->startOffsetMs, 2345);
+
+    const std::string plain = "/admin/plaintext/episode/" + guid + "/2/";
+    const std::string first = m_demo->get(plain + "1").body;
+    const std::string second = m_demo->get(plain + "2").body;
+    ASSERT_GT(played->plaintext.size(), second.size());
+    const std::size_t dropped = first.size() + second.size() - played->plaintext.size();
+    EXPECT_EQ(played->plaintext, first.substr(dropped) + second);
+    // Whole frames were dropped, the fewest whose time reaches the offset.
+    const double droppedMs = adtsSeconds(first.substr(0, dropped)) * 1000;
+    EXPECT_GE(droppedMs, 2345);
+    EXPECT_LT(droppedMs, 2345 + 1024 * 1000.0 / 48000);
 }
 
 TEST_F(ServiceHttp, BypassFlagsTravelWithEveryResponseAndDisableTheirFeatures)

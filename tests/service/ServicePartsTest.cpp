@@ -55,6 +55,20 @@ TEST(Adts, PaddingGrowsTheLastFrameToABlockBoundary)
     EXPECT_THROW(padLastFrameToBlock("not adts at all", 16), std::invalid_argument);
 }
 
+TEST(Adts, StartCutDropsWholeFramesUntilTheirTimeReachesTheOffset)
+{
+    // At 48 kHz a frame of one raw data block lasts 21.33 ms; byte 6 ending in 1 means two blocks.
+    std::string twoBlocks = frame(60);
+    twoBlocks[6] = '\xFD';
+    const std::string stream = frame(100) + twoBlocks + frame(80);
+    EXPECT_EQ(adtsStartCut(stream, 0), 0u);
+    EXPECT_EQ(adtsStartCut(stream, 21), 100u);
+    EXPECT_EQ(adtsStartCut(stream, 22), 160u) << "the second frame counts twice";
+    EXPECT_EQ(adtsStartCut(stream, 63), 160u);
+    EXPECT_EQ(adtsStartCut(stream, 65), stream.size());
+    EXPECT_EQ(adtsStartCut(stream.substr(0, 150), 22), 0u) << "not clean: nothing is cut";
+}
+
 TEST(Adts, EmbeddedClipsAreCleanAndBlockAligned)
 {
     const AudioLibrary library;

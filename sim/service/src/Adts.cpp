@@ -58,10 +58,30 @@ AdtsScan scanAdts(std::string_view data)
         frame.length = length;
         frame.sampleRate = kSampleRates[samplingIndex];
         frame.channels = ((p[2] & 0x01) << 2) | (p[3] >> 6);
+        frame.rawDataBlocks = (p[6] & 0x03) + 1;
         scan.frames.push_back(frame);
         at += length;
     }
     return scan;
+}
+
+std::size_t adtsStartCut(std::string_view data, std::int64_t offsetMs)
+{
+    if (offsetMs <= 0) {
+        return 0;
+    }
+    const AdtsScan scan = scanAdts(data);
+    if (!scan.error.empty()) {
+        return 0;
+    }
+    double elapsedMs = 0;
+    for (const AdtsFrame& frame : scan.frames) {
+        if (elapsedMs >= static_cast<double>(offsetMs)) {
+            return frame.offset;
+        }
+        elapsedMs += frame.rawDataBlocks * 1024 * 1000.0 / frame.sampleRate;
+    }
+    return data.size();
 }
 
 std::string padLastFrameToBlock(std::string data, std::size_t block)

@@ -121,21 +121,19 @@ void addRoute(httplib::Server& server, ServiceContext& ctx, Method method,
 {
     auto run = [&ctx, endpoint, access, handler = std::move(handler)](const httplib::Request& req,
                                                                       httplib::Response& res) {
-        Call call{ctx, req, res, nullptr, ctx.nowMs(), ctx.baseUrl()};
-        if (!endpoint.empty()) {
-            ctx.m_requests.record(endpoint, req.method, req.target, req.body);
-        }
+        Call call{ctx, req, res, nullptr, ctx.nowMs(), ctx.baseUrl(), {}};
         try {
-            if (!endpoint.empty() && applyEndpointFault(call, endpoint)) {
-                return;
+            const bool faulted = !endpoint.empty() && applyEndpointFault(call, endpoint);
+            if (!faulted && (access != Access::SignedIn || attachSession(call))) {
+                handler(call);
             }
-            if (access == Access::SignedIn && !attachSession(call)) {
-                return;
-            }
-            handler(call);
         } catch (const std::exception& error) {
             call.fail(500, errors::kInternal, "INTERNAL_ERROR",
                       std::string("The service failed: ") + error.what());
+        }
+        // Logged once answered, so that the entry can say what the answer was.
+        if (!endpoint.empty()) {
+            ctx.m_requests.record(endpoint, req.method, req.target, req.body, call.logNote);
         }
     };
     if (method == Method::Get) {

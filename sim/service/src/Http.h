@@ -29,6 +29,8 @@ struct Call
     std::shared_ptr<Session> session; ///< set for endpoints that need a session
     std::int64_t nowMs = 0;
     std::string baseUrl;
+    /// Appended to the request's entry in the request log, e.g. what a tune answered.
+    std::string logNote;
 
     /// Sends a JSON object with the "bypass" member added.
     void reply(Json body, int status = 200);

@@ -212,9 +212,17 @@ void tune(Call& call)
     notifyOtherSessions(call, kModuleRecents);
     Json playback = streamJson(call, stream);
     const std::int64_t startSegment = floorToSegment(target->startMs);
+    const std::int64_t startOffsetMs = target->startMs - startSegment * Catalog::kSegmentMs;
     playback["startPosition"] = target->startMs;
     playback["startSegment"] = startSegment;
-    playback["startOffsetMs"] = target->startMs - startSegment * Catalog::kSegmentMs;
+    playback["startOffsetMs"] = startOffsetMs;
+    call.ctx.m_tunes.tuned(call.session->token(), stream, startSegment, startOffsetMs);
+    // The request log shows where each tune started, in the answer's own order of fields.
+    const nlohmann::ordered_json start = {{"kind", toText(stream.kind)},
+                                          {"id", stream.id},
+                                          {"startSegment", startSegment},
+                                          {"startOffsetMs", startOffsetMs}};
+    call.logNote = " => " + start.dump();
     call.reply({{"playback", std::move(playback)}});
 }
 
@@ -397,6 +405,7 @@ void audio(Call& call)
                   describe(found.problem, *segment));
         return;
     }
+    call.ctx.m_tunes.served(call.session->token(), *stream, bitrate, *segment);
     call.res.set_header("X-SXM-IV", std::to_string(found.ivValue));
     call.res.set_header("X-SXM-Key-Id", stream->keyId);
     call.res.set_header("X-SXM-Segment", std::to_string(*segment));

@@ -3,12 +3,13 @@
 namespace sxm::service {
 
 void RequestLog::record(const std::string& endpoint, const std::string& method,
-                        const std::string& target, const std::string& body)
+                        const std::string& target, const std::string& body, const std::string& note)
 {
     std::string entry = method + " " + target;
     if (!body.empty()) {
         entry += " " + body.substr(0, kMaxBodyBytes);
     }
+    entry += note;
     std::lock_guard<std::mutex> lock(m_mutex);
     std::deque<std::string>& entries = m_entries[endpoint];
     entries.push_back(std::move(entry));

@@ -20,9 +20,10 @@ public:
     /// Request bodies are cut to this many bytes in an entry.
     static constexpr std::size_t kMaxBodyBytes = 4096;
 
-    /// Notes one request: "METHOD target", followed by a space and the body when there is one.
+    /// Notes one request: "METHOD target", followed by a space and the body when there is one,
+    /// then `note` as it is.
     void record(const std::string& endpoint, const std::string& method, const std::string& target,
-                const std::string& body);
+                const std::string& body, const std::string& note = {});
     /// The entries of `endpoint` since the last take, oldest first; taking empties them.
     std::vector<std::string> take(const std::string& endpoint);
 

@@ -2,6 +2,13 @@
 
 namespace sxm::service {
 
+const std::string& segmentPlaintext(const ServiceContext& ctx, const Stream& stream,
+                                    int bitrateIndex, std::int64_t segment)
+{
+    const PlacedTrack placed = trackAt(ctx.m_catalog, stream, segment * Catalog::kSegmentMs);
+    return ctx.m_audio.clip(placed.track.tone, bitrateIndex);
+}
+
 SegmentAudio lookupSegment(const ServiceContext& ctx, const Stream& stream, int bitrateIndex,
                            std::int64_t segment, std::int64_t nowMs)
 {
@@ -20,7 +27,7 @@ SegmentAudio lookupSegment(const ServiceContext& ctx, const Stream& stream, int 
         return audio;
     }
     const PlacedTrack placed = trackAt(ctx.m_catalog, stream, segment * Catalog::kSegmentMs);
-    audio.plaintext = &ctx.m_audio.clip(placed.track.tone, bitrateIndex);
+    audio.plaintext = &segmentPlaintext(ctx, stream, bitrateIndex, segment);
     audio.ivValue = segmentIvValue(ctx.options().seed, stream, segment);
     audio.trackId = placed.track.trackId;
     return audio;

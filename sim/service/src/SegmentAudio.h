@@ -27,6 +27,11 @@ struct SegmentAudio
     std::string trackId;
 };
 
+/// The plaintext of a segment at a valid bitrate index, wherever the segment lies: what was served
+/// once stays what it was after the rewind window has moved on.
+const std::string& segmentPlaintext(const ServiceContext& ctx, const Stream& stream,
+                                    int bitrateIndex, std::int64_t segment);
+
 SegmentAudio lookupSegment(const ServiceContext& ctx, const Stream& stream, int bitrateIndex,
                            std::int64_t segment, std::int64_t nowMs);
 

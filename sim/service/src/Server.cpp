@@ -1,8 +1,10 @@
 #include "sxmservice/Server.h"
 
 #include "AdminActions.h"
+#include "Adts.h"
 #include "ErrorCodes.h"
 #include "Routes.h"
+#include "SegmentAudio.h"
 
 #include <httplib.h>
 
@@ -205,6 +207,30 @@ void Server::reset()
 std::vector<std::string> Server::takeRequests(const std::string& endpoint)
 {
     return m_impl->ctx.m_requests.take(endpoint);
+}
+
+std::optional<TunedPlaintext> Server::tunedPlaintext() const
+{
+    const ServiceContext& ctx = m_impl->ctx;
+    const std::optional<TuneRecord::Tune> tune = ctx.m_tunes.last();
+    if (!tune) {
+        return std::nullopt;
+    }
+    TunedPlaintext result;
+    result.kind = toText(tune->kind);
+    result.id = tune->id;
+    result.bitrate = tune->bitrate;
+    result.fromSegment = tune->startSegment;
+    result.toSegment = tune->lastServedSegment.value_or(tune->startSegment - 1);
+    result.startOffsetMs = tune->startOffsetMs;
+    const std::optional<Stream> stream = findStream(ctx.m_catalog, tune->kind, tune->id);
+    for (std::int64_t n = result.fromSegment; stream && n <= result.toSegment; ++n) {
+        const std::string_view segment = segmentPlaintext(ctx, *stream, result.bitrate, n);
+        result.plaintext.append(n == result.fromSegment
+                                    ? segment.substr(adtsStartCut(segment, result.startOffsetMs))
+                                    : segment);
+    }
+    return result;
 }
 
 } // namespace sxm::service

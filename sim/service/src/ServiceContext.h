@@ -7,6 +7,7 @@
 #include "Crypto.h"
 #include "RequestLog.h"
 #include "Sessions.h"
+#include "TuneRecord.h"
 #include "sxmservice/Catalog.h"
 #include "sxmservice/Faults.h"
 #include "sxmservice/Options.h"
@@ -44,6 +45,7 @@ public:
     SessionStore m_sessions;
     AccountStore m_accounts;
     RequestLog m_requests;
+    TuneRecord m_tunes;
 
 private:
     const Options m_options;

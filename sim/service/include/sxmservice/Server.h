@@ -8,10 +8,24 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace sxm::service {
+
+/// The plaintext audio that the most recent tune was given from its start position, as a client
+/// that decrypts every segment and skips to the start position plays it.
+struct TunedPlaintext
+{
+    std::string kind; ///< "live", "episode" or "xtra"
+    std::string id;
+    int bitrate = -1;               ///< the bitrate index of the audio requests; -1: none yet
+    std::int64_t fromSegment = 0;   ///< the tune's startSegment
+    std::int64_t toSegment = 0;     ///< the last segment served; fromSegment - 1 when none was
+    std::int64_t startOffsetMs = 0; ///< the tune's startOffsetMs, cut from the first segment
+    std::string plaintext;
+};
 
 class Server
 {
@@ -58,6 +72,13 @@ public:
     /// take, oldest first, each as "METHOD target" and, when the request had one, a space and its
     /// body. Taking empties them. The service keeps the last 1000 per endpoint.
     std::vector<std::string> takeRequests(const std::string& endpoint);
+
+    /// The plaintext of the most recent tune of any session: the segments from its startSegment
+    /// through the last one served to that playback on the audio endpoint, at the bitrate index
+    /// of its latest audio request, with the start of the first one cut as the client library
+    /// does (whole ADTS frames while the time dropped is below startOffsetMs). Nothing before
+    /// the first tune.
+    std::optional<TunedPlaintext> tunedPlaintext() const;
 
 private:
     struct Impl;
