@@ -4,6 +4,7 @@
 #include "contentManager/contentManager.h"
 #include "nodes/accountNode.h"
 #include "siriusLogging.h"
+#include "siriusPlaylogic/siriusPlaylogic.h"
 
 #include <mivosdk/CMActivateNode.h>
 #include <mivosdk/CMRoot.h>
@@ -49,6 +50,9 @@ SiriusWorker::SiriusWorker(const QVariantHash& settings)
     m_contentManager->setParent(this);
     m_browseUi = new BrowseUi(nodes(), MivoSiriusBrowsePath(), m_contentManager, m_fullFeatured);
     m_browseUi->setParent(this);
+    const QString streamUrlPrefix = settings.value(QStringLiteral("streamUrl_prefix")).toString();
+    m_playlogic = SiriusPlaylogic::create(nodes(), MivoSiriusPlayLogicPath(), m_lib,
+                                          m_contentManager, streamUrlPrefix, m_fullFeatured);
     m_lib->subscribe(&SiriusLib::onGlobalSettings, this, &SiriusWorker::on_lib_globalSettings);
     m_lib->subscribe(&SiriusLib::onError, this, &SiriusWorker::on_lib_error);
     CMActivateNode::create(nodes(), MivoSiriusFavoritePath(), this,
@@ -202,6 +206,7 @@ void SiriusWorker::handleNextRequest()
 void SiriusWorker::on_accountNode_accountChanged()
 {
     LOG4CPLUS_INFO(logger(), "Account changed");
+    stopPlayback();
     m_contentManager->reset();
     m_browseUi->reset();
 }
@@ -229,4 +234,9 @@ void SiriusWorker::on_tuneStart_changed(MivoValue value)
         return;
     m_globalSettings.insert(key, wanted);
     m_lib->updateGlobalSettings(m_globalSettings);
+}
+
+void SiriusWorker::stopPlayback()
+{
+    m_playlogic->stop(CMSetDataRequest(CMPath(), MivoRoles::Activate(), QVariant()));
 }

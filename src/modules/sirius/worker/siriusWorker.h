@@ -9,6 +9,7 @@
 class AccountNode;
 class BrowseUi;
 class ContentManager;
+class SiriusPlaylogic;
 
 /// The module's entry object, the worker named "Sirius". It builds the library bridge, checks the
 /// library's version, initialises the library, then the rest of the module; at run time every
@@ -50,6 +51,8 @@ private:
     QStringList bypassMessages(const MivoSiriusBypassStatus& before,
                                const MivoSiriusBypassStatus& after, bool& signedOut);
     void forceSignIn();
+    /// Stops playback as the host's stop would, with nobody waiting for the answer.
+    void stopPlayback();
     bool checkVersion();
     bool initializeLibrary();
     void handleRequestSynced(const CMRequest& request);
@@ -63,6 +66,7 @@ private:
     AccountNode* m_accountNode = nullptr;
     ContentManager* m_contentManager = nullptr;
     BrowseUi* m_browseUi = nullptr;
+    SiriusPlaylogic* m_playlogic = nullptr;
     CMValueItem* m_tuneStartItem = nullptr;
     SiriusLib::Settings m_globalSettings;
     MivoSiriusBypassStatus m_bypassStatus;

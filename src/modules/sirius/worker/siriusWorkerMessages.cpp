@@ -7,6 +7,7 @@
 #include "contentManager/contentManager.h"
 #include "nodes/accountNode.h"
 #include "siriusLogging.h"
+#include "siriusPlaylogic/siriusPlaylogic.h"
 
 #include <mivosdk/CMRoot.h>
 #include <mivosdk/MivoNotificationDisplayItem.h>
@@ -69,9 +70,24 @@ void SiriusWorker::on_lib_error(const MivoSiriusErrorNotification& errorNotifica
         LOG4CPLUS_DEBUG(logger(), "Search availability changed: " << !after.isSearchUnavailable());
     }
     m_bypassStatus = after;
-    if (errorNotification.libraryErrorCode() != 0) {
-        LOG4CPLUS_INFO(logger(), "Emit error message:"
-                                     << errorNotification.libraryErrorString().toStdString());
+    const QString errorText = errorNotification.libraryErrorString();
+    const bool hasError = errorNotification.libraryErrorCode() != 0;
+    if (errorNotification.playbackStop()) {
+        const bool wasPlaying = m_playlogic->data().state() != MivoPlayLogicState::Stopped &&
+                                !m_playlogic->isStopping();
+        stopPlayback();
+        // The stop makes the play logic refuse the report below, yet the listener must learn why
+        // the music stopped ("This episode has ended ..."): a pop-up tells it instead.
+        if (wasPlaying && hasError && !errorText.isEmpty()) {
+            LOG4CPLUS_INFO(logger(),
+                           "Playback stopped by the library: " << errorText.toStdString());
+            showMessage({text("Playback stopped"), errorText}, true);
+        }
+        return;
+    }
+    if (hasError) {
+        LOG4CPLUS_INFO(logger(), "Emit error message:" << errorText.toStdString());
+        m_playlogic->reportError(errorText);
     }
 }
 
