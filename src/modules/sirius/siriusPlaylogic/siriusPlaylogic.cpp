@@ -223,7 +223,7 @@ void SiriusPlaylogic::startNewPlayback(const MivoRoles& roles, const CMVoidReply
     m_trackMetadata = MivoSiriusTrackMetadata();
     m_playTimeOffset = 0;
     MivoPlayLogicData next = data();
-    next.setStatus(MivoPlayLogicStatus().setDuration(0));
+    next.setState(MivoPlayLogicState::Busy).setStatus(MivoPlayLogicStatus().setDuration(0));
     setData(next);
 
     // The streamer reads the socket; the current roles keep the resources they came with.

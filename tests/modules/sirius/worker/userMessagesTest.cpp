@@ -1,11 +1,13 @@
 #include "worker/siriusWorker.h"
 
 #include "QtTestSupport.h"
+#include "fakeStreamer.h"
 #include "fakeSxmLib.h"
 
 #include <mivosdk/CMNodes.h>
 #include <mivosdk/CMRoot.h>
 #include <mivosdk/MivoPaths.h>
+#include <mivosdk/PlayLogicBase.h>
 
 #include <gtest/gtest.h>
 
@@ -80,7 +82,28 @@ protected:
             .username();
     }
 
+    /// Has the worker's play logic play a channel until the streamer reports it playing.
+    PlayLogicBase* startPlaying()
+    {
+        auto* playlogic =
+            static_cast<PlayLogicBase*>(worker->nodes()->node(MivoSiriusPlayLogicPath()));
+        MivoResource resource;
+        MivoMediaData media;
+        media.setResources(MivoList<MivoResource>{resource});
+        MivoRoles roles;
+        roles.setId("hits").setPath(MivoSiriusPrefixPath().subpath("hits")).setMediaData(media);
+        MivoPlayLogicPlayArgs args;
+        args.setId("1").setMediaRoles(roles);
+        playlogic->play(
+            CMSetDataRequest(MivoSiriusPlayLogicPath(), PlayLogicBase::Play(), args.__variant()));
+        streamer.publish(MivoStreamerData::Playing);
+        testsupport::pump();
+        streamer.takeCommands();
+        return playlogic;
+    }
+
     CMMemoryRoot root;
+    sirius::test::FakeStreamer streamer{root};
     QList<MivoNotificationDisplayItem> shown;
     QStringList notices;
     std::unique_ptr<SiriusWorker> worker;
@@ -124,4 +147,33 @@ TEST_F(UserMessagesTest, LeavingBypassAfterASignInDuringItSignsTheUserOut)
     EXPECT_TRUE(storedUser().isEmpty()) << "the next request signs in afresh";
     EXPECT_TRUE(notices.contains(CMSubscribe::RowsChangeClose() + " " +
                                  MivoSiriusBrowsePath().toEncoded()));
+}
+
+TEST_F(UserMessagesTest, TheLibraryEndingPlaybackStopsItAndTellsTheListenerWhy)
+{
+    PlayLogicBase* playlogic = startPlaying();
+    worker->on_lib_error(MivoSiriusErrorNotification()
+                             .setLibraryErrorCode(37)
+                             .setPlaybackStop(true)
+                             .setLibraryErrorString("This episode has ended."));
+    EXPECT_EQ(streamer.takeCommands(), QStringList{"stop"});
+    EXPECT_EQ(takeShown(), (QList<QStringList>{{"Playback stopped", "This episode has ended."}}));
+    streamer.publish(MivoStreamerData::Stopped);
+    testsupport::pump();
+    EXPECT_EQ(playlogic->data().state(), MivoPlayLogicState::Stopped);
+
+    // Another error while playing stops with the message on the paused item instead.
+    startPlaying();
+    worker->on_lib_error(
+        MivoSiriusErrorNotification().setLibraryErrorCode(3).setLibraryErrorString("Refused"));
+    streamer.publish(MivoStreamerData::Stopped);
+    testsupport::pump();
+    EXPECT_EQ(playlogic->data().state(), MivoPlayLogicState::Paused);
+    EXPECT_EQ(playlogic->data().error(), "Refused");
+    EXPECT_TRUE(takeShown().isEmpty());
+
+    // An account change stops playback.
+    startPlaying();
+    worker->on_accountNode_accountChanged();
+    EXPECT_EQ(streamer.takeCommands(), QStringList{"stop"});
 }
