@@ -48,6 +48,15 @@ qint64 firstDifference(const QByteArray& played, const QByteArray& pattern)
     return -1;
 }
 
+/// The start of the endless pattern, which repeats every 100000 bytes.
+QByteArray endlessPattern(qint64 size)
+{
+    QByteArray expected;
+    while (expected.size() < size)
+        expected += testpattern::bytes(0, 100000);
+    return expected;
+}
+
 std::string streamAsText(const HostProcess::Result& result)
 {
     QStringList text;
@@ -127,6 +136,69 @@ TEST(HostPlayback, PlayedBytesArriveExactlyInOut)
     EXPECT_EQ(first(plain, "played", "ms"), 12500);
     EXPECT_TRUE(streamerStates(plain).contains(2));
     EXPECT_EQ(streamerStates(plain).last(), 0);
+    // The whole pattern fits the 1 MiB queue: the sender was never held back.
+    const QJsonObject figures = first(plain, "played", "streamer").toObject();
+    EXPECT_GT(figures.value("maxQueuedBytes").toDouble(), 0);
+    EXPECT_LE(figures.value("maxQueuedBytes").toDouble(), 200000);
+    EXPECT_EQ(figures.value("heldBackCount"), 0);
+    EXPECT_EQ(figures.value("droppedBytes"), 0);
+}
+
+TEST(HostPlayback, StartPlaysOnWhileLaterCommandsActAndUntilWaitsForThem)
+{
+    HostProcess host;
+    const QString out = host.file("endless.bin");
+    const QString script = host.file("start.txt");
+    writeFile(script, "start /test/items#2 --out " + out.toUtf8() +
+                          "\n"
+                          "until played 20000\n"
+                          "until track\n"
+                          "until position 2000\n"
+                          "pause\n"
+                          "until state 3\n"
+                          "stats\n"
+                          "stop\n"
+                          "until state 0\n"
+                          "stats\n"
+                          "until position 999999 --seconds 0.2\n");
+    const auto run = host.run("--speed 2 run " + script);
+    EXPECT_EQ(run.exitCode, 1) << "the last until fails";
+    EXPECT_EQ(first(run, "started", "title"), "Endless") << streamAsText(run);
+
+    QStringList what;
+    for (const QJsonObject& until : run.items("until"))
+        what << until.value("what").toString() + " " + until.value("seen").toVariant().toString();
+    ASSERT_EQ(what.size(), 5) << streamAsText(run);
+    EXPECT_GE(run.items("until").at(0).value("seen").toDouble(), 20000);
+    EXPECT_EQ(what.at(1), "track Endless track");
+    EXPECT_GE(run.items("until").at(2).value("seen").toDouble(), 2000);
+    EXPECT_EQ(what.mid(3), (QStringList{"state 3", "state 0"}));
+    ASSERT_EQ(run.items("error").size(), 1);
+    EXPECT_EQ(run.error("name"), "UntilTimeout");
+    EXPECT_TRUE(run.error("message").toString().startsWith(
+        "Waited 0.2 s for a play time of 999999 ms; last seen: "));
+
+    // Paused with the endless sender ahead: the 64 KiB queue is full and holds it back.
+    const QList<QJsonObject> stats = run.items("stats");
+    ASSERT_EQ(stats.size(), 2);
+    EXPECT_GT(stats.at(0).value("rssKiB").toDouble(), 0);
+    EXPECT_GE(stats.at(0).value("hwmKiB").toDouble(), stats.at(0).value("rssKiB").toDouble());
+    const QJsonObject paused = stats.at(0).value("streamer").toObject();
+    EXPECT_EQ(paused.value("state"), 3);
+    EXPECT_GT(paused.value("queuedBytes").toDouble(), 0);
+    EXPECT_GE(paused.value("maxQueuedBytes").toDouble(), 65536);
+    EXPECT_LE(paused.value("maxQueuedBytes").toDouble(), 65536 + 4096) << "one held-aside send";
+    EXPECT_GE(paused.value("heldBackCount").toDouble(), 1);
+    // The stop drained the audio that stood in the socket before the sender's flush.
+    const QJsonObject stopped = stats.at(1).value("streamer").toObject();
+    EXPECT_EQ(stopped.value("state"), 0);
+    EXPECT_EQ(stopped.value("queuedBytes"), 0);
+    EXPECT_GT(stopped.value("droppedBytes").toDouble(), 0);
+
+    // The file holds exactly the bytes of that playback, closed when it stopped.
+    const QByteArray played = readFile(out);
+    EXPECT_EQ(played.size(), qint64(stopped.value("bytesPlayed").toDouble()));
+    EXPECT_EQ(firstDifference(played, endlessPattern(played.size())), -1);
 }
 
 TEST(HostPlayback, PauseResumeAndStopInTheShell)
@@ -147,10 +219,7 @@ TEST(HostPlayback, PauseResumeAndStopInTheShell)
     // The endless pattern repeats every 100000 bytes; what played is its start, exactly.
     const QByteArray played = readFile(out);
     EXPECT_GT(played.size(), 0);
-    QByteArray expected;
-    while (expected.size() < played.size())
-        expected += testpattern::bytes(0, 100000);
-    EXPECT_EQ(firstDifference(played, expected), -1);
+    EXPECT_EQ(firstDifference(played, endlessPattern(played.size())), -1);
 }
 
 TEST(HostPlayback, SenderThatVanishesMidStreamGivesTheStreamerError)
@@ -170,6 +239,14 @@ TEST(HostPlayback, SenderThatVanishesMidStreamGivesTheStreamerError)
         playLogicSawIt |= data.value("error").toString().contains("broke");
     EXPECT_TRUE(playLogicSawIt);
     EXPECT_EQ(firstDifference(readFile(out), testpattern::bytes(0, 50000)), -1);
+
+    // The module's pop-up about it is new once: a second wait for it finds nothing new.
+    const QString script = host.file("popup.txt");
+    writeFile(script, "start /test/items#3\nuntil popup broke\nuntil popup --seconds 0.2\n");
+    const auto popups = host.run("run " + script);
+    ASSERT_EQ(popups.items("until").size(), 1) << streamAsText(popups);
+    EXPECT_EQ(first(popups, "until", "seen"), "Playback failed");
+    EXPECT_EQ(popups.error("message"), "Waited 0.2 s for a new pop-up; last seen: nothing");
 }
 
 TEST(HostScripts, WatchPrintsChangesAndStopsAtACloseNotice)

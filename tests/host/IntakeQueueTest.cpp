@@ -22,6 +22,9 @@ TEST(IntakeQueue, HoldsAFrameThatDoesNotFitAndLetsItInAsRoomIsMade)
     EXPECT_EQ(queue.take(1000), testpattern::bytes(30, 90));
     EXPECT_TRUE(queue.hasRoom());
     EXPECT_EQ(queue.size(), 0);
+    EXPECT_EQ(queue.figures().maxSize, 120) << "the held frame counts while it waits";
+    queue.resetFigures();
+    EXPECT_EQ(queue.figures().maxSize, 0);
 }
 
 TEST(IntakeQueue, AFrameLargerThanTheQueueStillGetsIntoAnEmptyQueue)
@@ -42,6 +45,7 @@ TEST(IntakeQueue, RetiredConnectionsAreDroppedAndNewOnesKept)
     EXPECT_EQ(queue.size(), 0);
     EXPECT_EQ(queue.currentConnection(), 0u);
     EXPECT_EQ(queue.push(old, "late"), IntakeQueue::Admission::Dropped);
+    EXPECT_EQ(queue.figures().drainedBytes, 0) << "only a drain's drops count as drained";
     const quint64 next = queue.beginConnection();
     EXPECT_NE(next, old);
     EXPECT_EQ(queue.push(next, "new"), IntakeQueue::Admission::Queued);
@@ -57,6 +61,7 @@ TEST(IntakeQueue, DrainingDropsWhatDoesNotFitUntilTheFlush)
     // Full, but the reader must go on to reach the flush: the frame is dropped, not held.
     EXPECT_EQ(queue.push(sender, testpattern::bytes(100, 50)), IntakeQueue::Admission::Dropped);
     EXPECT_EQ(queue.size(), 100);
+    EXPECT_EQ(queue.figures().drainedBytes, 50);
     queue.flush(sender);
     EXPECT_FALSE(queue.isDraining());
     EXPECT_EQ(queue.push(sender, testpattern::bytes(0, 60)), IntakeQueue::Admission::Queued);

@@ -207,6 +207,12 @@ Commands:
                              play for S seconds (default: until the stream ends or Ctrl-C),
                              writing the played bytes to F. PATH is LIST#N (row N of a list),
                              a playable row's path, or a list (its first playable row)
+  start PATH [--out F]       start playing PATH as play does and go on at once: the commands
+                             after it act during the playback; F gets the bytes it plays
+  until WHAT [VALUE] [--seconds S]
+                             wait (10 s at most) until: state N (of the play logic), position
+                             MS, played BYTES, track (a track title), popup [TEXT] (a new one)
+  stats                      memory (VmRSS, VmHWM) and the streamer's queue and back-pressure
   pause | stop | next | previous   control the playing item
   watch PATH SECONDS         keep a list open and print its rows whenever they change
   idle SECONDS               set the system idle time
@@ -219,11 +225,12 @@ Commands:
                              (e.g. the first entry of a context menu)
   burst PATH...              send a rows request for every PATH at once; print each answer as
                              it arrives (the order the module answered in)
-  service fault JSON | service ACTION | service requests ENDPOINT
+  service fault JSON | service ACTION | service requests ENDPOINT | service plaintext FILE
                              act on the embedded service: merge a fault patch, run an admin
                              action (endPlayback, changeFavorites, changeRecents, exhaustSkips,
-                             expireSessions, reset), or list the requests an endpoint answered
-                             since the last look
+                             expireSessions, reset), list the requests an endpoint answered
+                             since the last look, or write the plaintext audio the last tune
+                             delivered from its start position to FILE
   run SCRIPT                 run the commands in SCRIPT (one a line, # comments) in one process
   shell                      interactive: numbered rows, open N, back, play N, pause, next,
                              previous, golive, favorite N, search TEXT, messages, quit, help

@@ -156,3 +156,27 @@ bool EmbeddedService::takeRequests(const QString& endpoint, QStringList* request
     return notRunning(error);
 #endif
 }
+
+bool EmbeddedService::tunedPlaintext(TunedPlaintext* tuned, QString* error)
+{
+#ifdef MIVO_HOST_EMBEDDED_SERVICE
+    if (!m_impl->server)
+        return notRunning(error);
+    const std::optional<sxm::service::TunedPlaintext> last = m_impl->server->tunedPlaintext();
+    if (!last) {
+        *error = QStringLiteral("The service has not been asked to tune anything yet");
+        return false;
+    }
+    tuned->kind = QString::fromStdString(last->kind);
+    tuned->id = QString::fromStdString(last->id);
+    tuned->bitrate = last->bitrate;
+    tuned->fromSegment = last->fromSegment;
+    tuned->toSegment = last->toSegment;
+    tuned->startOffsetMs = last->startOffsetMs;
+    tuned->plaintext = QByteArray::fromStdString(last->plaintext);
+    return true;
+#else
+    Q_UNUSED(tuned);
+    return notRunning(error);
+#endif
+}

@@ -35,6 +35,21 @@ public:
     /// with `error` set for an unknown endpoint name.
     bool takeRequests(const QString& endpoint, QStringList* requests, QString* error);
 
+    /// The plaintext audio the service's most recent tune delivered from its start position
+    /// (sxm::service::Server::tunedPlaintext, docs/service-api.md).
+    struct TunedPlaintext
+    {
+        QString kind;
+        QString id;
+        int bitrate = -1;
+        qint64 fromSegment = 0;
+        qint64 toSegment = 0;
+        qint64 startOffsetMs = 0;
+        QByteArray plaintext;
+    };
+    /// False with `error` set when no tune happened yet.
+    bool tunedPlaintext(TunedPlaintext* tuned, QString* error);
+
 private:
     struct Impl;
     std::unique_ptr<Impl> m_impl;

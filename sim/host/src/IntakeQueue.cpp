@@ -73,8 +73,10 @@ IntakeQueue::Admission IntakeQueue::push(quint64 connection, const QByteArray& b
     std::lock_guard<std::mutex> lock(m_mutex);
     if (connection == 0 || connection == m_retired)
         return Admission::Dropped;
-    if (m_draining && connection == m_connection && !hasRoomLocked())
+    if (m_draining && connection == m_connection && !hasRoomLocked()) {
+        m_figures.drainedBytes += bytes.size();
         return Admission::Dropped;
+    }
     if (bytes.isEmpty())
         return hasRoomLocked() ? Admission::Queued : Admission::Full;
     if (connection == m_connection)
@@ -88,6 +90,7 @@ IntakeQueue::Admission IntakeQueue::push(quint64 connection, const QByteArray& b
         m_held.push_back(bytes);
         m_heldBytes += bytes.size();
     }
+    m_figures.maxSize = std::max(m_figures.maxSize, m_queued + m_heldBytes);
     return hasRoomLocked() ? Admission::Queued : Admission::Full;
 }
 
@@ -161,6 +164,19 @@ bool IntakeQueue::hasRoom() const
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     return hasRoomLocked();
+}
+
+IntakeQueue::Figures IntakeQueue::figures() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_figures;
+}
+
+void IntakeQueue::resetFigures()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_figures = Figures();
+    m_figures.maxSize = m_queued + m_heldBytes;
 }
 
 bool IntakeQueue::hasRoomLocked() const

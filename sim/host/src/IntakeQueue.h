@@ -16,6 +16,13 @@
 class IntakeQueue
 {
 public:
+    /// What the queue went through since the last resetFigures(), for the host's statistics.
+    struct Figures
+    {
+        qint64 maxSize = 0;      ///< the most bytes queued and held aside at once
+        qint64 drainedBytes = 0; ///< bytes dropped while draining for an expected flush
+    };
+
     enum class Admission
     {
         Queued,  ///< queued; there is room for more
@@ -59,6 +66,10 @@ public:
     /// Whether the receiver may read: nothing is held aside and the queue is below its capacity.
     bool hasRoom() const;
 
+    Figures figures() const;
+    /// Starts new figures (a new playback): the most held is what is held now.
+    void resetFigures();
+
 private:
     void admitHeld();
     /// Drops every queued and held byte; the caller holds the mutex.
@@ -77,4 +88,5 @@ private:
     quint64 m_retired = 0;
     bool m_unflushed = false;
     bool m_draining = false;
+    Figures m_figures;
 };

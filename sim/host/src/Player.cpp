@@ -39,6 +39,8 @@ void Player::follow(const CMPath& path)
     unwatchPlayLogic();
     m_path = path;
     m_data = MivoPlayLogicData(m_root.getValue(path + MivoPlayLogicDataPath()).toHash());
+    m_position =
+        MivoValue(m_root.getValue(path + MivoPlayLogicPositionPath()).toHash()).toLongLong();
     m_lastPrintedSecond = -1;
     m_dataWatch =
         m_root.watchValue(path + MivoPlayLogicDataPath(), this,
@@ -60,6 +62,8 @@ void Player::onData(const QVariant& value)
 void Player::onPosition(const QVariant& value)
 {
     const qint64 ms = MivoValue(value.toHash()).toLongLong();
+    m_position = ms;
+    emit positionChanged(ms);
     const qint64 second = ms / 1000;
     if (second == m_lastPrintedSecond)
         return;

@@ -25,12 +25,15 @@ public:
     /// The play logic followed; the module's default one until something was played.
     CMPath playLogicPath() const { return m_path; }
     MivoPlayLogicData data() const { return m_data; }
+    /// The play time (ms) the play logic followed published last.
+    qint64 position() const { return m_position; }
     MivoStreamerData streamerData() const { return m_streamer; }
     /// Whether the play-logic data and the play time are printed (they always are followed).
     void setPrinting(bool printing) { m_printing = printing; }
 
 signals:
     void dataChanged(const MivoPlayLogicData& data);
+    void positionChanged(qint64 ms);
     void streamerChanged(const MivoStreamerData& data);
 
 private:
@@ -43,6 +46,7 @@ private:
     Output& m_output;
     CMPath m_path;
     MivoPlayLogicData m_data;
+    qint64 m_position = 0;
     MivoStreamerData m_streamer;
     qint64 m_lastPrintedSecond = -1;
     bool m_printing = true;

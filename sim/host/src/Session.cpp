@@ -23,8 +23,8 @@
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QSaveFile>
 #include <QTimer>
-#include <chrono>
 #include <memory>
 
 namespace {
@@ -33,10 +33,6 @@ namespace {
 constexpr int kWaitPollMs = 10;
 /// Redirects followed before a list is taken to loop.
 constexpr int kMaxRedirects = 5;
-/// How long the end of a playback waits for the streamer to stop.
-constexpr int kStopWaitMs = 5000;
-/// How long a play-logic command that flushes the sender may take to reach the streamer.
-constexpr int kExpectFlushMs = 2000;
 /// How deep the demo looks for something playable.
 constexpr int kDemoDepth = 3;
 
@@ -367,150 +363,7 @@ void Session::onRowsChanged(const CMPath& path, const QString& change, int count
     emit listChanged(m_openList, change, count);
 }
 
-// --- playing
-
-bool Session::findPlayableInParent(const CMPath& path, MivoRoles* roles)
-{
-    QStringList segments = path.segments();
-    if (segments.size() < 2)
-        return false;
-    segments.removeLast();
-    RowsPage page;
-    if (!readRows(CMPath(segments), 0, -1, &page, true))
-        return false;
-    for (const MivoRoles& row : page.rows) {
-        if (row.path() == path) {
-            *roles = row;
-            return true;
-        }
-    }
-    return false;
-}
-
-bool Session::findFirstPlayable(const CMPath& list, MivoRoles* roles)
-{
-    RowsPage page;
-    if (!readRows(list, 0, -1, &page, true))
-        return false;
-    remember(page);
-    for (const MivoRoles& row : page.rows) {
-        if (row.type() == MivoRolesType::Audio) {
-            *roles = row;
-            return true;
-        }
-    }
-    return false;
-}
-
-bool Session::resolvePlayable(const QString& text, MivoRoles* roles)
-{
-    const int hash = text.lastIndexOf(QLatin1Char('#'));
-    if (hash > 0) {
-        CMPath list;
-        int number = 0;
-        if (!parsePath(text.left(hash), &list) ||
-            !parseCount(text.mid(hash + 1), QStringLiteral("The row number"), &number))
-            return false;
-        RowsPage page;
-        if (!readRows(list, 0, -1, &page))
-            return false;
-        if (number < 1 || number > page.rows.size()) {
-            reportError(QStringLiteral("Usage"),
-                        QStringLiteral("%1 has %2 rows; there is no row %3")
-                            .arg(list.toEncoded())
-                            .arg(page.rows.size())
-                            .arg(number));
-            return false;
-        }
-        remember(page);
-        *roles = page.rows.at(number - 1);
-        return true;
-    }
-    CMPath path;
-    if (!parsePath(text, &path) || !ensureWorker())
-        return false;
-    if (m_seenRows.contains(path)) {
-        *roles = m_seenRows.value(path);
-        return true;
-    }
-    if (findPlayableInParent(path, roles) || findFirstPlayable(path, roles))
-        return true;
-    reportError(QStringLiteral("NotPlayable"),
-                QStringLiteral("Nothing playable at %1: give a playable row's path, a list, or "
-                               "LIST#N")
-                    .arg(path.toEncoded()));
-    return false;
-}
-
-bool Session::startPlaying(const MivoRoles& roles)
-{
-    const CMPath playLogic = roles.mediaData().metaData().playLogicPath();
-    if (playLogic.isEmpty()) {
-        reportError(
-            QStringLiteral("NotPlayable"),
-            QStringLiteral("\"%1\" names no play logic in its media data").arg(roles.title()));
-        return false;
-    }
-    if (!ensureWorker())
-        return false;
-    m_player->follow(playLogic);
-    expectFlush();
-    MivoPlayLogicPlayArgs args;
-    args.setId(roles.id()).setMediaRoles(roles);
-    return request(CMSetDataRequest(playLogic, PlayLogicBase::Play(), args.__variant()));
-}
-
-void Session::expectFlush()
-{
-    if (m_streamer && m_streamer->state() != Streamer::State::Stopped)
-        m_streamer->expectFlush(kExpectFlushMs);
-}
-
-bool Session::playLogicCommand(const QString& role)
-{
-    // These end or replace the playing stream: the play logic flushes its sender first.
-    if (role == PlayLogicBase::Stop() || role == PlayLogicBase::Next() ||
-        role == PlayLogicBase::Previous())
-        expectFlush();
-    return request(
-        CMSetDataRequest(m_player->playLogicPath(), role, MivoPlayLogicPlayArgs().__variant()));
-}
-
-bool Session::setPlayOutput(const QString& file)
-{
-    if (!startStreamer())
-        return false;
-    auto output = std::make_unique<QFile>(file);
-    if (!output->open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-        reportError(QStringLiteral("Usage"),
-                    QStringLiteral("Cannot write %1: %2").arg(file, output->errorString()));
-        return false;
-    }
-    m_streamer->setOutput(output.get());
-    m_playOutput = std::move(output);
-    return true;
-}
-
-void Session::stopPlayback()
-{
-    if (!m_worker || !m_streamer)
-        return;
-    const bool playing = m_player->data().state() != MivoPlayLogicState::Stopped ||
-                         m_streamer->state() != Streamer::State::Stopped;
-    if (playing) {
-        playLogicCommand(PlayLogicBase::Stop());
-        waitUntil([this] { return m_streamer->state() == Streamer::State::Stopped; }, kStopWaitMs);
-    }
-    closePlayOutput();
-}
-
-void Session::closePlayOutput()
-{
-    if (!m_playOutput)
-        return;
-    m_streamer->setOutput(nullptr);
-    m_playOutput.reset();
-}
+// --- lists and actions
 
 bool Session::activate(const CMPath& path)
 {
@@ -558,6 +411,9 @@ const QHash<QString, Session::Command>& Session::commands()
         {QStringLiteral("logout"), &Session::cmdLogout},
         {QStringLiteral("search"), &Session::cmdSearch},
         {QStringLiteral("play"), &Session::cmdPlay},
+        {QStringLiteral("start"), &Session::cmdStart},
+        {QStringLiteral("until"), &Session::cmdUntil},
+        {QStringLiteral("stats"), &Session::cmdStats},
         {QStringLiteral("pause"), &Session::cmdPause},
         {QStringLiteral("stop"), &Session::cmdStop},
         {QStringLiteral("next"), &Session::cmdNext},
@@ -718,119 +574,6 @@ bool Session::cmdSearch(const CommandArgs& args)
     if (!checkArgs(args, 1, -1, {}, QStringLiteral("search TEXT")))
         return false;
     return search(args.restFrom(0));
-}
-
-bool Session::cmdPlay(const CommandArgs& args)
-{
-    const QString usage = QStringLiteral("play PATH [--seconds S] [--out F]");
-    if (!checkArgs(args, 1, 1, {QStringLiteral("seconds"), QStringLiteral("out")}, usage))
-        return false;
-    int seconds = -1;
-    if (args.hasOption(QStringLiteral("seconds")) &&
-        !parseCount(args.option(QStringLiteral("seconds")), QStringLiteral("--seconds"), &seconds))
-        return false;
-    QFile out(args.option(QStringLiteral("out")));
-    if (args.hasOption(QStringLiteral("out")) &&
-        !out.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-        reportError(QStringLiteral("Usage"),
-                    QStringLiteral("Cannot write %1: %2").arg(out.fileName(), out.errorString()));
-        return false;
-    }
-    MivoRoles roles;
-    if (!resolvePlayable(args.arg(0), &roles) || !ensureWorker())
-        return false;
-    m_streamer->setOutput(out.isOpen() ? &out : nullptr);
-
-    // The playback is over when the streamer went from playing back to stopped (the end of the
-    // stream, or an error); a time limit or Ctrl-C ends it sooner.
-    bool active = false;
-    bool ended = false;
-    bool broken = false;
-    const QMetaObject::Connection errors =
-        connect(m_player.get(), &Player::streamerChanged, this,
-                [&broken](const MivoStreamerData& data) { broken = broken || data.hasError(); });
-    const QMetaObject::Connection watch =
-        connect(m_streamer.get(), &Streamer::stateChanged, this, [&](Streamer::State state) {
-            if (state != Streamer::State::Stopped)
-                active = true;
-            else if (active)
-                ended = true;
-        });
-    const auto requested = std::chrono::steady_clock::now();
-    const bool started = startPlaying(roles);
-    if (started)
-        waitUntil([&ended] { return ended; }, seconds < 0 ? -1 : seconds * 1000);
-    disconnect(watch);
-    const bool interrupted = m_interrupted;
-    m_interrupted = false;
-    stopPlayback();
-    // The play logic's last word (its state 0, an error text) is shown before the summary.
-    waitUntil([this] { return m_player->data().state() == MivoPlayLogicState::Stopped; },
-              kStopWaitMs);
-    disconnect(errors);
-    m_interrupted = interrupted;
-    m_streamer->setOutput(nullptr);
-    out.close();
-    if (!started)
-        return false;
-    const Streamer::Statistics stats = m_streamer->statistics();
-    // From the player's play request to the first byte played out: what a listener waits.
-    const double latencyMs =
-        stats.firstByteMs < 0
-            ? -1.0
-            : std::chrono::duration<double, std::milli>(stats.firstByteAt - requested).count();
-    m_output.item(QStringLiteral("played"),
-                  QJsonObject{{QStringLiteral("path"), roles.path().toEncoded()},
-                              {QStringLiteral("title"), roles.title()},
-                              {QStringLiteral("bytes"), double(stats.bytesPlayed)},
-                              {QStringLiteral("ms"), double(stats.playTimeMs)},
-                              {QStringLiteral("firstFrameMs"), stats.firstFrameMs},
-                              {QStringLiteral("firstByteMs"), stats.firstByteMs},
-                              {QStringLiteral("requestToFirstByteMs"), latencyMs}},
-                  QStringLiteral("Played %1 bytes (%2 s) of \"%3\"; first byte %4 ms after "
-                                 "the play request")
-                      .arg(stats.bytesPlayed)
-                      .arg(stats.playTimeMs / 1000.0)
-                      .arg(roles.title())
-                      .arg(latencyMs, 0, 'f', 2));
-    return !broken;
-}
-
-bool Session::cmdPause(const CommandArgs& args)
-{
-    return checkArgs(args, 0, 0, {}, QStringLiteral("pause")) &&
-           playLogicCommand(PlayLogicBase::Pause());
-}
-
-bool Session::cmdStop(const CommandArgs& args)
-{
-    if (!checkArgs(args, 0, 0, {}, QStringLiteral("stop")))
-        return false;
-    const bool stopped = playLogicCommand(PlayLogicBase::Stop());
-    if (m_streamer)
-        waitUntil([this] { return m_streamer->state() == Streamer::State::Stopped; }, kStopWaitMs);
-    closePlayOutput();
-    return stopped;
-}
-
-bool Session::cmdNext(const CommandArgs& args)
-{
-    return checkArgs(args, 0, 0, {}, QStringLiteral("next")) &&
-           playLogicCommand(PlayLogicBase::Next());
-}
-
-bool Session::cmdPrevious(const CommandArgs& args)
-{
-    return checkArgs(args, 0, 0, {}, QStringLiteral("previous")) &&
-           playLogicCommand(PlayLogicBase::Previous());
-}
-
-bool Session::cmdGoLive(const CommandArgs& args)
-{
-    if (!checkArgs(args, 0, 0, {}, QStringLiteral("golive")))
-        return false;
-    expectFlush();
-    return activate(MivoSiriusGoLivePath());
 }
 
 bool Session::cmdWatch(const CommandArgs& args)
@@ -1108,8 +851,8 @@ bool Session::cmdActivate(const CommandArgs& args)
 
 bool Session::cmdService(const CommandArgs& args)
 {
-    const QString usage =
-        QStringLiteral("service fault JSON | service ACTION | service requests ENDPOINT");
+    const QString usage = QStringLiteral("service fault JSON | service ACTION | service requests "
+                                         "ENDPOINT | service plaintext FILE");
     if (!checkArgs(args, 1, -1, {}, usage) || !ensureWorker())
         return false;
     if (!m_service) {
@@ -1151,11 +894,55 @@ bool Session::cmdService(const CommandArgs& args)
             text.join(QLatin1Char('\n')));
         return true;
     }
+    if (what == QLatin1String("plaintext"))
+        return servicePlaintext(args, usage);
     if (args.positional().size() != 1 || !m_service->runAction(what, &error)) {
         reportError(QStringLiteral("Service"), error.isEmpty() ? usage : error);
         return false;
     }
     m_output.item(QStringLiteral("service"), QJsonObject{{QStringLiteral("action"), what}},
                   QStringLiteral("Service: %1 done").arg(what));
+    return true;
+}
+
+bool Session::servicePlaintext(const CommandArgs& args, const QString& usage)
+{
+    EmbeddedService::TunedPlaintext tuned;
+    QString error;
+    if (args.positional().size() != 2) {
+        reportError(QStringLiteral("Usage"), QStringLiteral("Usage: %1").arg(usage));
+        return false;
+    }
+    if (!m_service->tunedPlaintext(&tuned, &error)) {
+        reportError(QStringLiteral("Service"), error);
+        return false;
+    }
+    QSaveFile file(args.arg(1));
+    if (!file.open(QIODevice::WriteOnly) || file.write(tuned.plaintext) != tuned.plaintext.size() ||
+        !file.commit()) {
+        reportError(QStringLiteral("Usage"),
+                    QStringLiteral("Cannot write %1: %2").arg(file.fileName(), file.errorString()));
+        return false;
+    }
+    m_output.item(
+        QStringLiteral("service"),
+        QJsonObject{{QStringLiteral("plaintext"),
+                     QJsonObject{{QStringLiteral("file"), file.fileName()},
+                                 {QStringLiteral("bytes"), double(tuned.plaintext.size())},
+                                 {QStringLiteral("kind"), tuned.kind},
+                                 {QStringLiteral("id"), tuned.id},
+                                 {QStringLiteral("bitrate"), tuned.bitrate},
+                                 {QStringLiteral("fromSegment"), double(tuned.fromSegment)},
+                                 {QStringLiteral("toSegment"), double(tuned.toSegment)},
+                                 {QStringLiteral("startOffsetMs"), double(tuned.startOffsetMs)}}}},
+        QStringLiteral("%1 bytes of %2/%3 (segments %4 to %5 at bitrate %6, from %7 ms "
+                       "into the first) written to %8")
+            .arg(tuned.plaintext.size())
+            .arg(tuned.kind, tuned.id)
+            .arg(tuned.fromSegment)
+            .arg(tuned.toSegment)
+            .arg(tuned.bitrate)
+            .arg(tuned.startOffsetMs)
+            .arg(file.fileName()));
     return true;
 }

@@ -14,7 +14,6 @@
 #include <memory>
 
 class EmbeddedService;
-class QFile;
 class HostRoot;
 class NotificationDisplay;
 class Player;
@@ -51,8 +50,9 @@ public:
     bool readRows(const CMPath& path, int offset, int count, RowsPage* page, bool quiet = false);
     /// Reads, opens (closing the list open before) and prints a list.
     bool showList(const CMPath& path, int offset = 0, int count = -1, RowsPage* page = nullptr);
-    /// Starts playing `roles` through their play logic; does not wait for the audio.
-    bool startPlaying(const MivoRoles& roles);
+    /// Starts playing `roles` through their play logic; does not wait for the audio. The bytes
+    /// this playback plays go to `outFile` (none when empty), which is closed when it stops.
+    bool startPlaying(const MivoRoles& roles, const QString& outFile = QString());
     /// Sends a play-logic command (PlayLogicBase::Pause(), ...) to the play logic followed.
     bool playLogicCommand(const QString& role);
     /// Activates an action path (set-data with MivoRoles::Activate()).
@@ -63,9 +63,6 @@ public:
     bool resolvePlayable(const QString& text, MivoRoles* roles);
     /// Processes events until `done` or the time-out (ms, negative: none) or an interrupt.
     bool waitUntil(const std::function<bool()>& done, int timeoutMs = -1);
-    /// Writes the bytes played from now until the playback stops to `file`; false (printed) when
-    /// it cannot be written.
-    bool setPlayOutput(const QString& file);
     /// Stops playback if something plays, and waits for the streamer to stop.
     void stopPlayback();
 
@@ -101,6 +98,9 @@ private:
     bool cmdLogout(const CommandArgs& args);
     bool cmdSearch(const CommandArgs& args);
     bool cmdPlay(const CommandArgs& args);
+    bool cmdStart(const CommandArgs& args);
+    bool cmdUntil(const CommandArgs& args);
+    bool cmdStats(const CommandArgs& args);
     bool cmdPause(const CommandArgs& args);
     bool cmdStop(const CommandArgs& args);
     bool cmdNext(const CommandArgs& args);
@@ -116,6 +116,7 @@ private:
     bool cmdBurst(const CommandArgs& args);
     bool cmdActivate(const CommandArgs& args);
     bool cmdService(const CommandArgs& args);
+    bool servicePlaintext(const CommandArgs& args, const QString& usage);
 
     bool checkArgs(const CommandArgs& args, int minimum, int maximum, const QStringList& options,
                    const QString& usage);
@@ -124,7 +125,8 @@ private:
     bool setAccount(const QString& user, const QString& password);
     bool startService();
     bool startStreamer();
-    void closePlayOutput();
+    /// The --out option's file name, empty when not given; false (printed) for `--out` alone.
+    bool outFileOption(const CommandArgs& args, QString* file);
     /// Tells the streamer that the next play-logic command flushes the sender.
     void expectFlush();
     void openListAt(const CMPath& path);
@@ -141,10 +143,14 @@ private:
     std::unique_ptr<Streamer> m_streamer;
     std::unique_ptr<EmbeddedService> m_service;
     std::unique_ptr<WorkerHost> m_worker;
-    std::unique_ptr<QFile> m_playOutput; ///< the shell's play output, until the playback stops
     CMPath m_openList;
     /// The rows shown in this session, by their path, so that `play PATH` finds their roles.
     QHash<CMPath, MivoRoles> m_seenRows;
+    /// The streamer's playback count when the last play was asked for: `until played` counts
+    /// a playback that began after it.
+    quint64 m_playbacksBeforeStart = 0;
+    /// Pop-ups before this index are no longer new to `until popup`: it found them or older.
+    int m_popupMark = 0;
     bool m_interrupted = false;
     int m_runDepth = 0;
 };

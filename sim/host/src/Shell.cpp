@@ -130,7 +130,8 @@ void Shell::help()
   messages            the pop-ups so far
   wait S              let S seconds pass (output goes on)
   quit                leave (stops what plays)
-Any other mivo-host command works too: rows, data, set, login, logout, idle, watch, paths.)"));
+Any other mivo-host command works too: rows, data, set, login, logout, idle, watch, paths,
+start, until, stats.)"));
 }
 
 void Shell::returnToRootIfPending()
@@ -221,12 +222,12 @@ bool Shell::open(const QString& target)
     }
 }
 
-bool Shell::play(const QString& target)
+bool Shell::play(const QString& target, const QString& outFile)
 {
     MivoRoles row;
     if (rowNumber(target, &row))
-        return !row.isEmpty() && m_session.startPlaying(row);
-    return m_session.resolvePlayable(target, &row) && m_session.startPlaying(row);
+        return !row.isEmpty() && m_session.startPlaying(row, outFile);
+    return m_session.resolvePlayable(target, &row) && m_session.startPlaying(row, outFile);
 }
 
 bool Shell::favorite(const QString& target)
@@ -290,11 +291,8 @@ bool Shell::handle(const QString& line)
     if ((command == QLatin1String("open") || command == QLatin1String("rows")) && oneArgument)
         return open(argument);
     if (command == QLatin1String("play") &&
-        (oneArgument || (words.size() == 4 && words.at(2) == QLatin1String("--out")))) {
-        if (words.size() == 4 && !m_session.setPlayOutput(words.at(3)))
-            return false;
-        return play(argument);
-    }
+        (oneArgument || (words.size() == 4 && words.at(2) == QLatin1String("--out"))))
+        return play(argument, words.value(3));
     if (command == QLatin1String("favorite") && oneArgument)
         return favorite(argument);
     if (command == QLatin1String("search") && words.size() > 1)

@@ -37,7 +37,7 @@ private:
     bool refresh();
     bool rowNumber(const QString& text, MivoRoles* row);
     bool open(const QString& target);
-    bool play(const QString& target);
+    bool play(const QString& target, const QString& outFile = QString());
     bool favorite(const QString& target);
     bool search(const QString& text);
 

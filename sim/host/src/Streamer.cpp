@@ -120,17 +120,30 @@ QString Streamer::streamUrlPrefix() const
     return QStringLiteral("smt2://") + m_socketPath;
 }
 
-void Streamer::setOutput(QIODevice* output)
+void Streamer::writeNextPlaybackTo(std::unique_ptr<QIODevice> output)
 {
-    m_output = output;
-    m_outputFailed = false;
+    m_nextOutput = std::move(output);
+}
+
+Streamer::Statistics Streamer::statistics() const
+{
+    Statistics stats = m_stats;
+    const IntakeQueue::Figures figures = m_queue.figures();
+    stats.queuedBytes = m_playback.active ? m_queue.size() : 0;
+    stats.maxQueuedBytes = figures.maxSize;
+    stats.droppedBytes = figures.drainedBytes;
+    std::lock_guard<std::mutex> lock(m_holdMutex);
+    const qint64 ongoingNs = m_hold.sinceNs < 0 ? 0 : m_clock.nsecsElapsed() - m_hold.sinceNs;
+    stats.heldBackCount = m_hold.count;
+    stats.heldBackMs = (m_hold.totalNs + ongoingNs) / 1000000;
+    return stats;
 }
 
 void Streamer::expectFlush(int ms)
 {
     m_queue.beginDrain();
-    if (m_receiver && m_receiver->isReadingPaused())
-        m_receiver->resumeReading();
+    if (m_receiver)
+        releaseSender();
     m_drainTimer.start(ms);
 }
 
@@ -199,6 +212,16 @@ void Streamer::commandPlay(const QVariant& args, const CMVoidReply& reply)
     const quint64 connection = m_queue.currentConnection();
     if (connection == 0)
         m_queue.clear();
+    m_queue.resetFigures();
+    {
+        std::lock_guard<std::mutex> lock(m_holdMutex);
+        const bool holding = m_hold.sinceNs >= 0;
+        m_hold = Hold();
+        if (holding) {
+            m_hold.count = 1;
+            m_hold.sinceNs = m_clock.nsecsElapsed();
+        }
+    }
     m_firstFrameNs.store(0, std::memory_order_relaxed);
     m_playAcceptedNs.store(m_clock.nsecsElapsed(), std::memory_order_release);
     const PlayoutPacer::Timing timing =
@@ -265,15 +288,13 @@ void Streamer::installReceiverCallbacks()
         // is stopping or seeking, and waits (blocking its thread) for the acknowledgement.
         m_queue.flush(m_ioConnection);
         m_receiver->acknowledgeFlush(token);
-        if (m_receiver->isReadingPaused())
-            m_receiver->resumeReading();
+        releaseSender();
     });
     m_receiver->onSenderDisconnected([this](smt2::ErrorID reason) {
         const quint64 connection = m_ioConnection;
         const bool unflushed = m_queue.endConnection(connection);
         m_ioConnection = 0;
-        if (m_receiver->isReadingPaused())
-            m_receiver->resumeReading();
+        releaseSender();
         onMainThread(
             [this, connection, reason, unflushed] { senderGone(connection, reason, unflushed); });
     });
@@ -283,7 +304,7 @@ void Streamer::receiveFrame(const smt2::AudioFrame& frame)
 {
     const IntakeQueue::Admission admission = m_queue.push(m_ioConnection, frame.data);
     if (admission == IntakeQueue::Admission::Full && !m_queue.isDraining())
-        m_receiver->pauseReading();
+        holdSenderBack();
     if (admission == IntakeQueue::Admission::Dropped)
         return;
     qint64 none = 0;
@@ -291,6 +312,28 @@ void Streamer::receiveFrame(const smt2::AudioFrame& frame)
                                                std::memory_order_acq_rel)) {
         // Play the first audio at once instead of at the next tick.
         onMainThread([this] { tick(); });
+    }
+}
+
+void Streamer::holdSenderBack()
+{
+    std::lock_guard<std::mutex> lock(m_holdMutex);
+    if (!m_receiver->isReadingPaused()) {
+        ++m_hold.count;
+        m_hold.sinceNs = m_clock.nsecsElapsed();
+    }
+    m_receiver->pauseReading();
+}
+
+void Streamer::releaseSender()
+{
+    std::lock_guard<std::mutex> lock(m_holdMutex);
+    if (!m_receiver->isReadingPaused())
+        return;
+    m_receiver->resumeReading();
+    if (m_hold.sinceNs >= 0) {
+        m_hold.totalNs += m_clock.nsecsElapsed() - m_hold.sinceNs;
+        m_hold.sinceNs = -1;
     }
 }
 
@@ -307,6 +350,8 @@ void Streamer::startPlayback(const CMPath& playLogicPath, PlayoutPacer::Timing t
     m_playback.lastTickNs = m_clock.nsecsElapsed();
     m_playStartedNs = m_playAcceptedNs.load(std::memory_order_acquire);
     m_stats = Statistics();
+    ++m_playbackCount;
+    m_output = std::move(m_nextOutput);
     m_outputFailed = false;
     if (connection == 0)
         m_senderTimer.start(m_senderTimeoutMs);
@@ -423,8 +468,8 @@ void Streamer::tick()
         if (drained)
             m_playback.clockUs = std::min(m_playback.clockUs, m_playback.playedUs);
     }
-    if (m_receiver->isReadingPaused() && (m_queue.hasRoom() || m_queue.isDraining()))
-        m_receiver->resumeReading();
+    if (m_queue.hasRoom() || m_queue.isDraining())
+        releaseSender();
     publishProgress(false);
     finishIfDrained();
 }
@@ -480,6 +525,9 @@ void Streamer::setState(State state, const CMError& error)
 {
     const bool changed = state != m_state || error.isError();
     m_state = state;
+    // The playback's output ends with it: its file holds exactly what this playback played.
+    if (state == State::Stopped)
+        m_output.reset();
     publishData(error);
     if (changed)
         emit stateChanged(state);

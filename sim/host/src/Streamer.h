@@ -15,12 +15,12 @@
 #include <QElapsedTimer>
 #include <QHash>
 #include <QObject>
-#include <QPointer>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <atomic>
 #include <chrono>
 #include <memory>
+#include <mutex>
 
 class HostRoot;
 class QIODevice;
@@ -44,7 +44,7 @@ public:
         Paused,    ///< play-out stopped; the queue fills and then holds the sender back (3)
     };
 
-    /// What one playback did, for the play command's summary.
+    /// What the current (or last) playback did, for the play command's summary and `stats`.
     struct Statistics
     {
         qint64 bytesPlayed = 0;
@@ -53,6 +53,12 @@ public:
         double firstByteMs = -1;  ///< from the play command to the first byte played out
         /// When the first byte was played out (steady clock); for latencies measured elsewhere.
         std::chrono::steady_clock::time_point firstByteAt;
+        // Back-pressure, counted from the play command on.
+        qint64 queuedBytes = 0;    ///< received and not played now (held-aside frames included)
+        qint64 maxQueuedBytes = 0; ///< the most that was queued at once
+        qint64 heldBackCount = 0;  ///< how often the receiver stopped reading for a full queue
+        qint64 heldBackMs = 0;     ///< how long it kept the sender waiting in all
+        qint64 droppedBytes = 0;   ///< dropped by the drain before an expected flush
     };
 
     /// Registers the commands on `root`.
@@ -67,8 +73,11 @@ public:
 
     /// How much faster than real time to play out (1: real time).
     void setSpeed(double speed) { m_speed = speed > 0 ? speed : 1.0; }
-    /// Where the played bytes go, exactly as played; null for nowhere. Not owned.
-    void setOutput(QIODevice* output);
+    /// The bytes that the next playback plays go to `output`, exactly as played, and `output`
+    /// is closed (destroyed) when that playback stops; null cancels one not yet begun. The next
+    /// playback is the first that a play command begins after this call, so a playback still
+    /// under way (the one a new play replaces) writes nothing there.
+    void writeNextPlaybackTo(std::unique_ptr<QIODevice> output);
     /// How long a play waits for its sender before it fails.
     void setSenderTimeout(int ms) { m_senderTimeoutMs = ms; }
 
@@ -80,7 +89,10 @@ public:
     void expectFlush(int ms);
 
     State state() const { return m_state; }
-    Statistics statistics() const { return m_stats; }
+    Statistics statistics() const;
+    /// How many playbacks began so far: tells a playback that began after a moment from the one
+    /// under way then.
+    quint64 playbackCount() const { return m_playbackCount; }
     /// The attributes last set for `playbackId` (-1: every playback).
     QVariantHash attributes(int playbackId) const;
 
@@ -121,6 +133,11 @@ private:
     void installReceiverCallbacks();
     void receiveFrame(const smt2::AudioFrame& frame);
 
+    // The receiver stops reading (the I/O thread, for a full queue) and reads again (either
+    // thread) only through these, so that the figures of holding back match what it did.
+    void holdSenderBack();
+    void releaseSender();
+
     // Main thread.
     void startPlayback(const CMPath& playLogicPath, PlayoutPacer::Timing timing,
                        quint64 connection);
@@ -145,8 +162,10 @@ private:
     QString m_socketPath;
     double m_speed = 1.0;
     int m_senderTimeoutMs = 10000;
-    QPointer<QIODevice> m_output;
+    std::unique_ptr<QIODevice> m_output;     ///< the current playback's, until it stops
+    std::unique_ptr<QIODevice> m_nextOutput; ///< for the next playback
     bool m_outputFailed = false;
+    quint64 m_playbackCount = 0;
 
     State m_state = State::Stopped;
     Playback m_playback;
@@ -162,6 +181,15 @@ private:
     /// m_clock's start); written on the commanding and the I/O threads.
     std::atomic<qint64> m_playAcceptedNs{0};
     std::atomic<qint64> m_firstFrameNs{0};
+
+    /// Guards m_hold, and orders the receiver's pauses and resumptions with its figures.
+    mutable std::mutex m_holdMutex;
+    struct Hold
+    {
+        qint64 count = 0;
+        qint64 totalNs = 0;
+        qint64 sinceNs = -1; ///< when the current hold began; -1 when reading
+    } m_hold;
 
     mutable std::mutex m_attributesMutex; ///< guards m_attributes
     QHash<int, QVariantHash> m_attributes;

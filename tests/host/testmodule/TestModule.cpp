@@ -60,7 +60,9 @@ public:
         m_items->setNodes(nodes());
         m_items->rowsAppend(QList<MivoRoles>{
             playableRow(QStringLiteral("Pattern"), CMPath("/test/items/pattern?bytes=200000")),
-            playableRow(QStringLiteral("Endless"), CMPath("/test/items/endless?bytes=100000")),
+            // A small queue, so that the endless sender is soon held back.
+            playableRow(QStringLiteral("Endless"),
+                        CMPath("/test/items/endless?bytes=100000&queue=65536")),
             playableRow(QStringLiteral("Breaking"), CMPath("/test/items/break?bytes=50000")),
         });
         for (int i = 1; i <= kFillerRows; ++i) {

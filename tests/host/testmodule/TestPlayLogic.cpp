@@ -5,6 +5,7 @@
 #include <mivosdk/CMRoot.h>
 #include <mivosdk/MivoPaths.h>
 #include <mivosdk/MivoStreamer.h>
+#include <mivosdk/MivoValue.h>
 
 TestPlayLogic::TestPlayLogic(const CMPath& path, const QString& streamUrlPrefix, QObject* parent)
     : PlayLogicBase(path, parent)
@@ -92,8 +93,20 @@ void TestPlayLogic::onStreamerData(const MivoValue& value)
     const MivoStreamerData streamer(value.__hash());
     if (data().isEmpty())
         return;
-    publishState(streamer.state(),
-                 streamer.hasError() ? streamer.error().message().toString() : QString());
+    const QString error = streamer.hasError() ? streamer.error().message().toString() : QString();
+    MivoPlayLogicData next = data();
+    next.setState(streamer.state()).setError(error);
+    // Once audio plays, the item names its track, as a radio's play logic does from metadata.
+    if (streamer.state() == MivoPlayLogicState::Playing && next.trackRoles().title().isEmpty())
+        next.setTrackRoles(
+            MivoRoles().setTitle(next.mediaRoles().title() + QStringLiteral(" track")));
+    setData(next);
+    if (!error.isEmpty()) {
+        MivoNotificationDisplayItem popup;
+        popup.setTitle(QStringLiteral("Playback failed")).setMessage(error).setPriority(4);
+        CMRoot()->invoke(MivoNotificationDisplayOpenPath(),
+                         MivoValue().setNotificationDisplayItem(popup).__variant(), CMVoidReply());
+    }
 }
 
 void TestPlayLogic::onPlayTime(const MivoValue& value)

@@ -7,7 +7,8 @@
 #include <mivosdk/PlayLogicBase.h>
 
 /// The test module's play logic: plays the pattern a row's path names, through the host's
-/// streamer, and mirrors the streamer's state into its play-logic data.
+/// streamer, and mirrors the streamer's state into its play-logic data. Once audio plays, the
+/// data names a track ("<title> track"); a streamer error also opens a pop-up.
 ///
 /// Row paths: /test/items/<kind>?bytes=N&chunk=N&queue=N with kind "pattern" (the pattern, then
 /// goodbye), "endless" (the pattern until stopped) or "break" (the pattern, then the sender
