@@ -421,7 +421,8 @@ bool Session::cmdUntil(const CommandArgs& args)
             return played() >= wanted;
         };
         seen = [played] {
-            return played() < 0 ? QJsonValue() : QJsonValue(double(played()));
+            const qint64 bytes = played();
+            return bytes < 0 ? QJsonValue() : QJsonValue(double(bytes));
         };
     } else if (what == QLatin1String("track")) {
         description = QStringLiteral("a track title");
