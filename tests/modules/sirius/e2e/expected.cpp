@@ -96,6 +96,11 @@ QString genre(const QString& title, const QString& key)
     return channelList(title, MivoSiriusContent::SortOrder(), key, false, true);
 }
 
+QString xtraGenre(const QString& title, const QString& key)
+{
+    return channelList(title, MivoSiriusContent::SortOrder(), key, true, false);
+}
+
 QString onDemand(const QString& title, const QString& genre, const QString& channelId)
 {
     CMPath path = browse(QStringLiteral("onDemand"));

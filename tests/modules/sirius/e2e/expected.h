@@ -29,6 +29,8 @@ QString allChannels();
 QString allChannelsByName();
 /// The channel list of a genre under "Channels" (by sort order, with now-playing text).
 QString genre(const QString& title, const QString& key);
+/// The Xtra channels of a genre under "Xtra Channels".
+QString xtraGenre(const QString& title, const QString& key);
 QString onDemand(const QString& title, const QString& genre, const QString& channelId);
 /// The episodes of a show, through the shared episode node.
 QString episodes(const QString& showId);

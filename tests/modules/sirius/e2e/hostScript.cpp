@@ -108,7 +108,8 @@ std::string HostRun::diagnostics() const
         .toStdString();
 }
 
-HostRun HostTest::runScript(const Script& script, const QProcessEnvironment& env) const
+HostRun HostTest::runScript(const Script& script, const QProcessEnvironment& env,
+                            const QStringList& options) const
 {
     const QString scriptFile = m_dir.filePath(QStringLiteral("script.txt"));
     QFile file(scriptFile);
@@ -121,9 +122,10 @@ HostRun HostTest::runScript(const Script& script, const QProcessEnvironment& env
     all.insert(env);
     process.setProcessEnvironment(all);
     process.start(QStringLiteral(MIVO_HOST_BINARY),
-                  {QStringLiteral("--json"), QStringLiteral("--module"),
-                   QStringLiteral(CB_SIRIUS_MODULE), QStringLiteral("--settings"), settingsFile(),
-                   QStringLiteral("run"), scriptFile});
+                  QStringList{QStringLiteral("--json"), QStringLiteral("--module"),
+                              QStringLiteral(CB_SIRIUS_MODULE), QStringLiteral("--settings"),
+                              settingsFile()} +
+                      options + QStringList{QStringLiteral("run"), scriptFile});
     HostRun run;
     // Lines are read as they come, so that each carries the time it was printed (within the
     // pipe's delay), which the program-data expectations need.

@@ -67,8 +67,11 @@ struct HostRun
 class HostTest : public ::testing::Test
 {
 protected:
-    HostRun runScript(const Script& script,
-                      const QProcessEnvironment& env = QProcessEnvironment()) const;
+    /// `options` go before the command (e.g. {"--speed", "20"}).
+    HostRun runScript(const Script& script, const QProcessEnvironment& env = QProcessEnvironment(),
+                      const QStringList& options = QStringList()) const;
+    /// A file in the test's own temporary folder.
+    QString file(const QString& name) const { return m_dir.filePath(name); }
     /// Each entry: a settings path and its stored value ({"type": T, "value": V}).
     void writeSettings(const QJsonObject& settings) const;
     QString settingsFile() const;
