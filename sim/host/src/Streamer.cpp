@@ -307,12 +307,32 @@ void Streamer::receiveFrame(const smt2::AudioFrame& frame)
         holdSenderBack();
     if (admission == IntakeQueue::Admission::Dropped)
         return;
+    publishBufferedFromIo();
     qint64 none = 0;
     if (m_firstFrameNs.compare_exchange_strong(none, m_clock.nsecsElapsed(),
                                                std::memory_order_acq_rel)) {
         // Play the first audio at once instead of at the next tick.
         onMainThread([this] { tick(); });
     }
+}
+
+qint64 Streamer::bufferedBytes() const
+{
+    // The module turns this into the output delay that places the track metadata: leaving out
+    // the read-ahead and the socket would show each title a minute or more before its audio.
+    const qint64 receiver =
+        m_receiver ? qint64(m_receiver->readAheadBytes() + m_receiver->unreadSocketBytes()) : 0;
+    return m_queue.size() + receiver;
+}
+
+void Streamer::publishBufferedFromIo()
+{
+    // While the queue fills, the sender asks for the delay block after block, much faster than
+    // the play-out clock publishes: publish as each frame arrives so it never reads a stale 0.
+    // Both threads compute and write under one lock, so an older count never overwrites a newer.
+    std::lock_guard<std::mutex> lock(m_bufferPathMutex);
+    if (!m_bufferBytesPath.isEmpty())
+        m_root.setValue(m_bufferBytesPath, MivoValue().setLongLong(bufferedBytes()).__variant());
 }
 
 void Streamer::holdSenderBack()
@@ -345,6 +365,11 @@ void Streamer::startPlayback(const CMPath& playLogicPath, PlayoutPacer::Timing t
     m_playback = Playback();
     m_playback.active = true;
     m_playback.playLogicPath = playLogicPath;
+    {
+        std::lock_guard<std::mutex> lock(m_bufferPathMutex);
+        m_bufferBytesPath =
+            playLogicPath.isEmpty() ? CMPath() : playLogicPath + MivoPlayLogicBufferBytesPath();
+    }
     m_playback.connection = connection;
     m_playback.pacer.reset(timing);
     m_playback.lastTickNs = m_clock.nsecsElapsed();
@@ -371,6 +396,10 @@ void Streamer::stopPlayback()
     if (!m_playback.active && m_state == State::Stopped)
         return;
     if (m_playback.active) {
+        {
+            std::lock_guard<std::mutex> lock(m_bufferPathMutex);
+            m_bufferBytesPath = CMPath();
+        }
         m_playback.active = false;
         publishProgress(true);
     }
@@ -553,7 +582,8 @@ void Streamer::publishProgress(bool force)
         m_root.setValue(m_playback.playLogicPath + MivoPlayLogicPlayTimePath(),
                         MivoValue().setLongLong(ms).__variant());
     }
-    const qint64 buffered = m_playback.active ? m_queue.size() : 0;
+    std::lock_guard<std::mutex> lock(m_bufferPathMutex);
+    const qint64 buffered = m_playback.active ? bufferedBytes() : 0;
     if (force || buffered != m_playback.publishedBufferBytes) {
         m_playback.publishedBufferBytes = buffered;
         m_root.setValue(m_playback.playLogicPath + MivoPlayLogicBufferBytesPath(),

@@ -182,6 +182,14 @@ private:
     std::atomic<qint64> m_playAcceptedNs{0};
     std::atomic<qint64> m_firstFrameNs{0};
 
+    /// Where the I/O thread publishes the buffered bytes as frames arrive: the play logic of the
+    /// current playback, empty when none.
+    mutable std::mutex m_bufferPathMutex; ///< guards m_bufferBytesPath
+    CMPath m_bufferBytesPath;
+    /// Bytes received and not played: the queue, the receiver's read-ahead and the socket.
+    qint64 bufferedBytes() const;
+    void publishBufferedFromIo();
+
     /// Guards m_hold, and orders the receiver's pauses and resumptions with its figures.
     mutable std::mutex m_holdMutex;
     struct Hold

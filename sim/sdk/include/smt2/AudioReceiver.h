@@ -74,6 +74,9 @@ public:
     // Bytes read from the socket but not delivered yet (the read-ahead, at most 512 KiB plus
     // one message): audio that is buffered ahead of the listener besides the host's own queue.
     std::size_t readAheadBytes() const;
+    // Bytes the sender has written that still wait in the socket, unread (the kernel's count, now).
+    // With readAheadBytes() and the host's own queue it is all the audio ahead of the listener.
+    std::size_t unreadSocketBytes() const;
 
     // Tells the sender that everything before the flush has been handled. A token of an ended
     // connection is ignored.

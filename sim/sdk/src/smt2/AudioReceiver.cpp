@@ -119,6 +119,11 @@ bool AudioReceiver::isReadingPaused() const
     return m_core->paused();
 }
 
+std::size_t AudioReceiver::unreadSocketBytes() const
+{
+    return m_core->unreadSocketBytes();
+}
+
 std::size_t AudioReceiver::readAheadBytes() const
 {
     return m_core->readAheadBytes();

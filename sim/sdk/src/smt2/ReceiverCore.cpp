@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -170,6 +171,10 @@ void ReceiverCore::acceptNext()
     // One sender at a time: the next one waits in the backlog until this one has gone.
     m_loop.setWatchEvents(m_listenWatch, {});
     m_connection = std::move(connection);
+    {
+        std::lock_guard<std::mutex> lock(m_countedFdMutex);
+        m_countedFd = m_connection.get();
+    }
     ++m_connectionNumber;
     m_handshakeDone = false;
     m_endOfStream = false;
@@ -484,6 +489,10 @@ void ReceiverCore::endConnection(ErrorID reason)
     if (m_handshakeTimer != 0)
         m_loop.cancelTimer(m_handshakeTimer);
     m_handshakeTimer = 0;
+    {
+        std::lock_guard<std::mutex> lock(m_countedFdMutex);
+        m_countedFd = -1;
+    }
     m_connection.reset();
     m_incoming = wire::FrameReader();
     m_replies.clear();
@@ -500,6 +509,17 @@ void ReceiverCore::endConnection(ErrorID reason)
         if (handlers->disconnected)
             handlers->disconnected(reason);
     }
+}
+
+std::size_t ReceiverCore::unreadSocketBytes() const
+{
+    // Asked from other threads while the loop may be closing the connection: the descriptor is
+    // forgotten under the lock before it is closed, so it is never a reused number here.
+    std::lock_guard<std::mutex> lock(m_countedFdMutex);
+    int unread = 0;
+    if (m_countedFd < 0 || ::ioctl(m_countedFd, FIONREAD, &unread) != 0 || unread < 0)
+        return 0;
+    return std::size_t(unread);
 }
 
 } // namespace smt2::detail

@@ -43,6 +43,8 @@ public:
     bool paused() const { return m_paused.load(std::memory_order_acquire); }
     bool hasSender() const { return m_hasSender.load(std::memory_order_acquire); }
     std::size_t readAheadBytes() const { return m_readAhead.load(std::memory_order_relaxed); }
+    /// The kernel's count of bytes waiting in the connection's socket; safe from any thread.
+    std::size_t unreadSocketBytes() const;
     void setProtocolVersion(std::uint32_t version);
     void setHandshakeTimeout(std::chrono::milliseconds timeout);
     std::string errorString() const;
@@ -80,6 +82,8 @@ private:
     std::atomic<bool> m_paused{false};
     std::atomic<bool> m_hasSender{false};
     std::atomic<std::size_t> m_readAhead{0}; // bytes read from the socket, not yet delivered
+    mutable std::mutex m_countedFdMutex;     // guards m_countedFd
+    int m_countedFd = -1; // the connection's descriptor while it is open, for unreadSocketBytes()
 
     mutable std::mutex
         m_mutex; // guards m_callbacks, m_version, m_handshakeTimeout, m_error, m_path
