@@ -304,7 +304,9 @@ void SiriusPlaylogic::on_streamerDataChanged(const MivoValue& newValue, const Mi
             playbackStopped();
             return;
         }
-        m_streamerState = StreamerState::Playing;
+        // A stop under way stays one until the streamer reports state 0.
+        if (m_streamerState != StreamerState::Stopping)
+            m_streamerState = StreamerState::Playing;
         next.setState(now.state());
     }
     if (now.hasEntry(MivoStreamerData::TrackRoles()))

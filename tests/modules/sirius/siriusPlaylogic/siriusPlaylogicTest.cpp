@@ -171,6 +171,9 @@ TEST_F(SiriusPlaylogicTest, RequestsWhileStoppingAreRefusedAndAStopOutranksAPend
     const CMSetDataRequest pause = command(PlayLogicBase::Pause());
     playlogic->pause(pause);
     EXPECT_EQ(pause.reply().error().message().toString(), "Stopping playlogic");
+    streamer.publish(MivoStreamerData::Paused);
+    pump();
+    EXPECT_EQ(playlogic->streamerState(), State::Stopping) << "only state 0 ends a stop";
 
     streamer.publish(MivoStreamerData::Stopped);
     pump();
