@@ -61,13 +61,12 @@ TEST_F(SiriusLibTest, CreateBuildsTheBridgeOnItsOwnThreadAndCallsThereRunAtOnce)
     });
     EXPECT_TRUE(waitFor(ranAtOnce));
 
-    sirius::test::LogCapture log(sirius::siriusLibraryLogger());
     lib->async(SiriusLibFunction());
-    EXPECT_EQ(log.linesContaining("An empty function was queued").size(), 1u);
-    EXPECT_TRUE(waitFor(lib->stop())) << "the library thread goes on";
+    EXPECT_TRUE(waitFor(lib->stop())) << "an empty function does not end the library thread";
 }
 
-TEST_F(SiriusLibTest, InitializeRegistersTheCallbackRecordAndSelectsTheBitrate)
+// A playback-only module gets none of the browse lists' callbacks; a failed step ends the sequence.
+TEST_F(SiriusLibTest, InitializeRegistersTheCallbacksOfItsKindAndSelectsTheBitrate)
 {
     initialize(bridge());
     EXPECT_TRUE(fake::calls("sxm_selectStreamIndex(2)"));
@@ -85,10 +84,8 @@ TEST_F(SiriusLibTest, InitializeRegistersTheCallbackRecordAndSelectsTheBitrate)
                            (void*)playback.onChannelBitrateChanged, (void*)playback.onChannelBusy,
                            (void*)playback.onChannel, (void*)playback.onPdtCuts})
         EXPECT_NE(callback, nullptr);
-}
 
-TEST_F(SiriusLibTest, InitializeFailuresAreReportedAndStopTheSequence)
-{
+    fake::reset();
     fake::result("sxm_init", 0);
     EXPECT_EQ(errorText(bridge()->initialize(MivoSiriusAudioBitrate::Kbps64)),
               QStringLiteral("Unable to initialize sxm library"));
@@ -115,29 +112,29 @@ std::vector<uint32_t> ticksFrom(std::thread::id thread)
 
 } // namespace
 
-TEST_F(SiriusLibTest, LibraryClockTicksOnTheLibraryThreadWithRealElapsedTimeAndWarnsWhenLate)
+// However late a tick comes, the library is told all the time that passed since the one before.
+TEST_F(SiriusLibTest, LibraryClockTicksOnTheLibraryThreadWithTheTimeThatReallyPassed)
 {
     CMReply<std::thread::id> libraryThread;
     bridge()->async([libraryThread] { libraryThread.setResult(std::this_thread::get_id()); });
     const std::thread::id ticking = waitFor(libraryThread);
     ASSERT_TRUE(waitUntil([&] { return !ticksFrom(ticking).empty(); }, 3000));
 
-    sirius::test::LogCapture log(sirius::siriusLibraryLogger());
     const std::thread::id here = std::this_thread::get_id();
     SiriusLib lib(true); // its clock starts now; its slot is called directly below
-    // A blocked thread, the one wait that the warning needs: the late tick passes the whole delay,
-    // counted from construction, and the next one counts from it.
-    QThread::msleep(5100);
+    // This thread is held up (no events run, so its own timer cannot fire) while the bridge's
+    // clock ticks three times: the two ticks after the first measure time that passed within.
+    const std::size_t seen = ticksFrom(ticking).size();
+    while (ticksFrom(ticking).size() < seen + 3)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    const std::vector<uint32_t> bridgeTicks = ticksFrom(ticking);
+    const uint32_t heldAtLeast = bridgeTicks[seen + 1] + bridgeTicks[seen + 2];
     lib.on_libraryTimer_timeout();
     lib.on_libraryTimer_timeout();
     const std::vector<uint32_t> ticks = ticksFrom(here);
     ASSERT_EQ(ticks.size(), 2u);
-    EXPECT_GE(ticks[0], 5100u);
-    EXPECT_LT(ticks[0], 60000u);
-    EXPECT_LT(ticks[1], 5000u);
-    const auto warnings = log.linesContaining("Very long delay in on_libraryTimer_timeout: ");
-    ASSERT_EQ(warnings.size(), 1u) << "only the late tick warns";
-    EXPECT_EQ(warnings[0].level, log4cplus::WARN_LOG_LEVEL);
+    EXPECT_GE(ticks[0] + 1, heldAtLeast) << "the late tick passes the whole delay";
+    EXPECT_LT(ticks[1], ticks[0]) << "the next one counts from the late one";
 }
 
 // The worker's tests follow the library's own error texts of a refused sign-in and line-up.
@@ -210,7 +207,7 @@ TEST_F(SiriusLibTest, ListOperationsAnswerTheCollectedItemsAndTheirFailureTexts)
     EXPECT_TRUE(waitFor(lib->getRecent()).isEmpty()) << "a count of -1 is an empty list";
 }
 
-TEST_F(SiriusLibTest, PlaybackOperationsMapTheirResults)
+TEST_F(SiriusLibTest, PlaybackAndFavoriteOperationsPassTheirRecordsAndMapTheirResults)
 {
     SiriusLib* lib = bridge();
     fake::result("sxm_playChannel", 0);
@@ -232,6 +229,14 @@ TEST_F(SiriusLibTest, PlaybackOperationsMapTheirResults)
     fake::result("sxm_checkGeoRestricted", 2);
     EXPECT_EQ(errorText(lib->checkGeoRestricted(QStringLiteral("c"))),
               QStringLiteral("sxm_checkGeoRestricted failed"));
+
+    MivoSiriusFavorite favorite;
+    favorite.setAssetGuid(QStringLiteral("g"))
+        .setAssetType(MivoSiriusAssetType::Show)
+        .setChannelId(QStringLiteral("c"))
+        .setChangeType(MivoSiriusFavoriteChangeType::Removed);
+    EXPECT_TRUE(waitFor(lib->updateFavorites({favorite})));
+    EXPECT_TRUE(fake::calls("sxm_update_server_favorites(g:1:c:1;)"));
 
     lib->notifyPlayTimeChanged(12345);
     lib->notifyGoLive();
@@ -256,11 +261,6 @@ TEST_F(SiriusLibTest, AudioBlocksReachTheDataWriteFunctionOnlyOnceItIsSet)
     EXPECT_EQ(seen.size(), 100);
     EXPECT_EQ(seen.at(2), 3);
     EXPECT_EQ(delay, 64u);
-
-    fake::result("sxm_sendAudioData", 0);
-    sirius::test::LogCapture log(sirius::siriusLibraryLogger());
-    lib.on_sendAudioDataFinished();
-    EXPECT_EQ(log.linesContaining("Error sending more audio data!").size(), 1u);
 }
 
 // Program-data cuts and refreshes reach the signals the same way; the end-to-end tests follow them.
@@ -279,18 +279,6 @@ TEST_F(SiriusLibTest, GlobalSettingsBecomeOneHashWhereALaterDuplicateWins)
     EXPECT_EQ(settings[0].value(QStringLiteral("TuneStart")), QStringLiteral("off"));
     EXPECT_EQ(settings[0].value(QStringLiteral("Other")), QStringLiteral("vä"));
     EXPECT_TRUE(settings[1].isEmpty()) << "no records still reports, with an empty hash";
-}
-
-TEST_F(SiriusLibTest, FavoritesTravelAsLibraryRecords)
-{
-    SiriusLib* lib = bridge();
-    MivoSiriusFavorite favorite;
-    favorite.setAssetGuid(QStringLiteral("g"))
-        .setAssetType(MivoSiriusAssetType::Show)
-        .setChannelId(QStringLiteral("c"))
-        .setChangeType(MivoSiriusFavoriteChangeType::Removed);
-    EXPECT_TRUE(waitFor(lib->updateFavorites({favorite})));
-    EXPECT_TRUE(fake::calls("sxm_update_server_favorites(g:1:c:1;)"));
 }
 
 TEST(SiriusLibSegmentTime, EveryResultCodeAndTextForm)
@@ -338,9 +326,6 @@ TEST(SiriusLibSegmentTime, EveryResultCodeAndTextForm)
     EXPECT_EQ(start.startTime(), QStringLiteral("2026-11-22T10:00:00.000Z"));
     EXPECT_TRUE(start.assetGuid().isEmpty());
     EXPECT_EQ(parse(1, "a,b,c").error().message().toString(), QStringLiteral("Unknown error"));
-
-    sirius::test::LogCapture log(sirius::siriusLibraryLogger());
-    const auto broken = parse(1, "xtra-without-separator");
-    EXPECT_TRUE(broken.isError()) << "an Xtra text without ';' is an error, not a crash";
-    EXPECT_EQ(log.linesContaining("Xtra segment text without an asset").size(), 1u);
+    EXPECT_TRUE(parse(1, "xtra-without-separator").isError())
+        << "an Xtra text without ';' is an error, not a crash";
 }

@@ -8,66 +8,43 @@
 
 namespace {
 
-class MutexHooks : public ::testing::Test
+int trylockOnAnotherThread(pthread_mutex_t* mutex)
 {
-protected:
-    void TearDown() override
-    {
-        if (initialized_) {
-            EXPECT_EQ(sxm_mtx_destroy(&mutex_), 0);
-        }
-    }
-
-    void init(unsigned flags)
-    {
-        ASSERT_EQ(sxm_mtx_init(&mutex_, flags), 1);
-        initialized_ = true;
-    }
-
-    static int trylockOnAnotherThread(pthread_mutex_t* mutex)
-    {
-        int result = 0;
-        std::thread other([&] {
-            result = sxm_mtx_trylock(mutex);
-            if (result == 1)
-                sxm_mtx_unlock(mutex);
-        });
-        other.join();
-        return result;
-    }
-
-    pthread_mutex_t mutex_;
-    bool initialized_ = false;
-};
+    int result = 0;
+    std::thread other([&] {
+        result = sxm_mtx_trylock(mutex);
+        if (result == 1)
+            sxm_mtx_unlock(mutex);
+    });
+    other.join();
+    return result;
+}
 
 } // namespace
 
-TEST_F(MutexHooks, RecursiveMutexCanBeTakenAgainByItsOwner)
+// Only bit one makes a mutex recursive: every other flag leaves a default mutex, which its owner
+// cannot take twice.
+TEST(MutexHooks, OnlyARecursiveMutexIsTakenAgainByItsOwner)
 {
-    init(SXM_MTX_RECURSIVE);
-    ASSERT_EQ(sxm_mtx_lock(&mutex_), 1);
-    EXPECT_EQ(sxm_mtx_lock(&mutex_), 1);
-    EXPECT_EQ(sxm_mtx_trylock(&mutex_), 1);
-    EXPECT_EQ(trylockOnAnotherThread(&mutex_), SXM_MTX_BUSY);
-    EXPECT_EQ(sxm_mtx_unlock(&mutex_), 1);
-    EXPECT_EQ(sxm_mtx_unlock(&mutex_), 1);
-    EXPECT_EQ(sxm_mtx_unlock(&mutex_), 1);
-    EXPECT_EQ(trylockOnAnotherThread(&mutex_), 1) << "three locks, three unlocks: free again";
+    for (const unsigned flags : {unsigned(SXM_MTX_RECURSIVE), ~unsigned(SXM_MTX_RECURSIVE)}) {
+        const bool recursive = flags == SXM_MTX_RECURSIVE;
+        SCOPED_TRACE(recursive ? "recursive" : "default");
+        pthread_mutex_t mutex;
+        ASSERT_EQ(sxm_mtx_init(&mutex, flags), 1);
+        ASSERT_EQ(sxm_mtx_lock(&mutex), 1);
+        EXPECT_EQ(sxm_mtx_trylock(&mutex), recursive ? 1 : SXM_MTX_BUSY);
+        EXPECT_EQ(trylockOnAnotherThread(&mutex), SXM_MTX_BUSY);
+        EXPECT_EQ(sxm_mtx_unlock(&mutex), 1);
+        if (recursive) {
+            EXPECT_EQ(trylockOnAnotherThread(&mutex), SXM_MTX_BUSY) << "still held once";
+            EXPECT_EQ(sxm_mtx_unlock(&mutex), 1);
+        }
+        EXPECT_EQ(trylockOnAnotherThread(&mutex), 1) << "as often unlocked as locked: free";
+        EXPECT_EQ(sxm_mtx_destroy(&mutex), 0);
+    }
 }
 
-// Only bit one makes a mutex recursive: every other flag leaves a default mutex.
-TEST_F(MutexHooks, DefaultMutexIsNotTakenTwiceByItsOwner)
-{
-    init(~SXM_MTX_RECURSIVE);
-    ASSERT_EQ(sxm_mtx_lock(&mutex_), 1);
-    EXPECT_EQ(sxm_mtx_trylock(&mutex_), SXM_MTX_BUSY);
-    EXPECT_EQ(trylockOnAnotherThread(&mutex_), SXM_MTX_BUSY);
-    EXPECT_EQ(sxm_mtx_unlock(&mutex_), 1);
-    EXPECT_EQ(sxm_mtx_trylock(&mutex_), 1);
-    EXPECT_EQ(sxm_mtx_unlock(&mutex_), 1);
-}
-
-TEST_F(MutexHooks, NullMutexIsRefused)
+TEST(MutexHooks, NullMutexIsRefused)
 {
     EXPECT_EQ(sxm_mtx_init(nullptr, 0), 0);
     EXPECT_EQ(sxm_mtx_lock(nullptr), 0);
