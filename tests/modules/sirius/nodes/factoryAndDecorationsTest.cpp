@@ -1,15 +1,13 @@
 #include "nodesFixtures.h"
 
-#include "nodes/channelNode.h"
-#include "nodes/pdtSubNode.h"
 #include "nodes/uiHelper.h"
 
+#include <mivosdk/CMContainerNode.h>
+#include <mivosdk/CMUINode.h>
 #include <mivosdk/MivoPaths.h>
 
-using fixtures::browseRoot;
 using fixtures::channel;
 using fixtures::dueCut;
-using fixtures::lastPdtCall;
 using fixtures::NodesTest;
 using fixtures::titles;
 
@@ -26,28 +24,6 @@ MivoRoles contentRow(const QString& id, MivoSiriusAssetType::Enum type, const QS
 }
 
 } // namespace
-
-// A genre list's path and category menu are checked end to end, from the root.
-TEST_F(NodesTest, ChannelPathsKeyTheNodeBySegmentsAndCarryTitleAndIconAsParameters)
-{
-    const CMPath first = factory.makeChannelNode("Pop", "pop.png", MivoSiriusContent::SortOrder(),
-                                                 "pop", 12, false, true);
-    const CMPath second = factory.makeChannelNode(
-        "Pop again", "other.png", MivoSiriusContent::SortOrder(), "pop", 3, false, true);
-    EXPECT_EQ(first.withoutParams(), second.withoutParams());
-    EXPECT_EQ(second.param(MivoRoles::Title()), "Pop again");
-    EXPECT_EQ(second.param(MivoRoles::Icon()), "other.png");
-    auto* node = qobject_cast<ChannelNode*>(nodes.node(second));
-    ASSERT_NE(node, nullptr);
-    EXPECT_EQ(node->description().toString(), "12 channels")
-        << "a node found again keeps what it got when it was made";
-
-    auto* xtra = qobject_cast<ChannelNode*>(
-        nodes.node(factory.makeChannelNode("X", "", "SortOrder", "talk", 0, true, false)));
-    ASSERT_NE(xtra, nullptr);
-    EXPECT_TRUE(xtra->contextPath().isEmpty()) << "an Xtra list offers no menu";
-    EXPECT_TRUE(xtra->description().toString().isEmpty()) << "count 0 announces nothing";
-}
 
 TEST_F(NodesTest, ClearLetsEveryNodeGoAndTheNextRecentNodeIsMadeAfresh)
 {
@@ -102,23 +78,4 @@ TEST_F(NodesTest, DecorationsGiveMenusLinksAndCutTitles)
     EXPECT_EQ(rows[3].path().segments().mid(2, 2), (QStringList{"channels", "filter:hip hop"}));
     EXPECT_EQ(rows[3].context().path().param(MivoSiriusContent::Title()), "hip hop")
         << "a category's menu is titled with its genre key";
-}
-
-TEST_F(NodesTest, SubNodeRegistersItsLiveChannelsWhileOpenAndUnregistersWhenItGoes)
-{
-    auto* node =
-        PdtSubNode::create(&manager, &nodes, browseRoot().subpath("forYou").subpath("Music"),
-                           {contentRow("live", MivoSiriusAssetType::LiveChannel, "Live"),
-                            contentRow("xtra", MivoSiriusAssetType::XtraChannel, "Xtra"),
-                            MivoRoles().setId("plain").setTitle("No content")});
-    EXPECT_EQ(node->pdtChannelIds(), QStringList{"live"});
-    EXPECT_FALSE(node->rows()[0].hasEntry(MivoRoles::Value())) << "rows do not carry the record";
-
-    node->addRowsPath(node->path());
-    EXPECT_EQ(lastPdtCall(), "sxm_startPtdNotificationForChannelIds(live;)");
-    node->addRowsPath(node->path());
-    node->removeRowsPath(node->path());
-    EXPECT_EQ(lastPdtCall(), "sxm_startPtdNotificationForChannelIds(live;)") << "one still open";
-    delete node;
-    EXPECT_EQ(lastPdtCall(), "sxm_stop_pdt_notification") << "a destroyed list stays unregistered";
 }

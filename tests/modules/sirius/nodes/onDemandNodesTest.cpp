@@ -89,7 +89,7 @@ TEST_F(OnDemandNodesTest, AnAnswerForANodeLoadedMeanwhileAddsNothing)
 }
 
 // The redirect's path below the show is checked end to end.
-TEST_F(OnDemandNodesTest, EpisodesRedirectToAFreshListThatGoesWhenUnused)
+TEST_F(OnDemandNodesTest, EpisodesRedirectToAFreshListWithTheShowsIconAndAMenuPerEpisode)
 {
     script("sxm_getEpisodes", scriptEpisodes);
     const CMPath path = episodesOf("show-1", "show.png");
@@ -108,17 +108,11 @@ TEST_F(OnDemandNodesTest, EpisodesRedirectToAFreshListThatGoesWhenUnused)
     // it open); that time is the SDK's to keep, what matters here is that every list has one.
     EXPECT_EQ(node->findChildren<CMUnusedNodeTimer*>().size(), 1);
     EXPECT_NE(nodes.node(second.rowsRedirect()), node);
-    EXPECT_EQ(nodes.node(second.rowsRedirect())->findChildren<CMUnusedNodeTimer*>().size(), 1);
-}
 
-TEST_F(OnDemandNodesTest, EpisodesKeepTheirOwnIconOrTakeTheShowsAndGetAMenu)
-{
-    script("sxm_getEpisodes", scriptEpisodes);
-    const CMPath list = getRows(episodesOf("show-1", "show.png")).rowsRedirect();
-    const QList<MivoRoles> rows = getRows(list).rows();
+    const QList<MivoRoles> rows = node->rows();
     ASSERT_EQ(titles(rows), (QStringList{"Part 1", "Part 2"}));
     EXPECT_EQ(rows[0].icon(), "episode.png");
-    EXPECT_EQ(rows[1].icon(), "show.png");
+    EXPECT_EQ(rows[1].icon(), "show.png") << "an episode without a logo shows the show's";
     EXPECT_FALSE(rows[0].hasEntry(MivoRoles::Value()));
     const CMPath menu = rows[1].context().path();
     EXPECT_EQ(menu.param(MivoSiriusContent::AssetGuid()), "Part 2");

@@ -2,7 +2,6 @@
 
 #include "nodes/favoriteNode.h"
 #include "nodes/forYouNode.h"
-#include "nodes/pdtSubNode.h"
 #include "nodes/recentNode.h"
 
 #include <mivosdk/MivoPaths.h>
@@ -12,7 +11,6 @@ using fake::result;
 using fake::script;
 using fixtures::browseRoot;
 using fixtures::channel;
-using fixtures::dueCut;
 using fixtures::lastPdtCall;
 using fixtures::NodesTest;
 using fixtures::titles;
@@ -87,13 +85,17 @@ protected:
 
 // --- For You
 
+// A category that was open keeps its now-playing registration through its successor: the old
+// list goes later, and must not take the registration with it.
 TEST_F(PersonalListsTest, ForYouIsFetchedOnceAndAgainAfterAnyRefresh)
 {
+    load({channel("a", "Pop", 1)});
     script("sxm_get_forYouCarousel",
-           deliver(&sxm_callbacks::onForYou, {{"s1", SXM_ASSET_SHOW, "Show", "Talk"}}));
+           deliver(&sxm_callbacks::onForYou, {{"a", SXM_ASSET_LIVE_CHANNEL, "Live", "Music"}}));
     const CMPath path = forYou()->path();
-    const QPointer<CMNode> firstTalk = nodes.node(getRows(path).rows().value(0).path());
-    ASSERT_TRUE(firstTalk);
+    const QPointer<CMNode> first = nodes.node(getRows(path).rows().value(0).path());
+    ASSERT_TRUE(first);
+    first->addRowsPath(first->path());
     EXPECT_EQ(getRows(path).rows().size(), 1);
     EXPECT_EQ(calls("sxm_get_forYouCarousel"), 1);
 
@@ -103,31 +105,13 @@ TEST_F(PersonalListsTest, ForYouIsFetchedOnceAndAgainAfterAnyRefresh)
     EXPECT_EQ(resets, QList<CMPath>{path});
     EXPECT_EQ(getRows(path).rows().size(), 1) << "the categories are listed afresh, not added";
     EXPECT_EQ(calls("sxm_get_forYouCarousel"), 2);
-    EXPECT_TRUE(testsupport::waitUntil([&] { return !firstTalk; }))
-        << "the old category list goes; only its successor stays";
-    EXPECT_NE(nodes.node(path.subpath("Talk")), nullptr);
-}
-
-// --- Favorites
-
-TEST_F(PersonalListsTest, FavoritesUnregisterWhenTheLastObserverLeaves)
-{
-    load({channel("l1", "Pop", 1)});
-    script("sxm_get_favorites",
-           deliver(&sxm_callbacks::onFavorites, {{"l1", SXM_ASSET_LIVE_CHANNEL, "Live"}}));
-    FavoriteNode* node = favorites();
-    const CMPath path = node->path();
-    getRows(path);
-    node->addRowsPath(path);
-    node->addRowsPath(path);
-    node->removeRowsPath(path);
-    EXPECT_EQ(lastPdtCall(), "sxm_startPtdNotificationForChannelIds(l1;)");
-    node->removeRowsPath(path);
-    EXPECT_EQ(lastPdtCall(), "sxm_stop_pdt_notification");
-
-    node->addRowsPath(path);
-    EXPECT_EQ(lastPdtCall(), "sxm_startPtdNotificationForChannelIds(l1;)")
-        << "reopened, it registers what it showed";
+    CMNode* successor = nodes.node(path.subpath("Music"));
+    ASSERT_NE(successor, first);
+    successor->addRowsPath(successor->path());
+    EXPECT_TRUE(testsupport::waitUntil([&] { return !first; })) << "the old category list goes";
+    EXPECT_EQ(lastPdtCall(), "sxm_startPtdNotificationForChannelIds(a;)");
+    delete successor;
+    EXPECT_EQ(lastPdtCall(), "sxm_stop_pdt_notification") << "a list gone for good unregisters";
 }
 
 // --- Recent
@@ -153,27 +137,6 @@ TEST_F(PersonalListsTest, AClosedRecentListIsFetchedAfreshWhenOpenedAgain)
     EXPECT_TRUE(resets.contains(path));
     EXPECT_EQ(getRows(path).rows().size(), 1);
     EXPECT_EQ(calls("sxm_get_recents"), 3) << "fetched again after recents were cleared";
-}
-
-TEST_F(PersonalListsTest, CutTitlesChangeInPlaceExceptOnEpisodeRows)
-{
-    load({channel("a", "Pop", 1)});
-    script("sxm_get_recents",
-           deliver(&sxm_callbacks::onRecents, {{"a", SXM_ASSET_LIVE_CHANNEL, "Live a"},
-                                               {"a", SXM_ASSET_EPISODE, "Episode of a"}}));
-    RecentNode* node = recent();
-    getRows(node->path());
-    EXPECT_EQ(node->pdtChannelIds(), QStringList{"a"});
-    EXPECT_EQ(titles(node->rows()), (QStringList{"Live a", "Episode of a"}));
-
-    manager.on_siriusLib_pdtCuts({dueCut("a", "First")});
-    EXPECT_EQ(titles(node->rows()), (QStringList{"Live a", "Episode of a"})) << "nobody watches";
-
-    node->addRowsPath(node->path());
-    resets.clear();
-    manager.on_siriusLib_pdtCuts({dueCut("a", "Second")});
-    EXPECT_EQ(titles(node->rows()), (QStringList{"Artist - Second", "Episode of a"}));
-    EXPECT_TRUE(resets.isEmpty()) << "changed in place, not reloaded";
 }
 
 // --- refresh by module type
