@@ -28,18 +28,6 @@ MivoSiriusContent episode(const QString& aired, const QString& expires)
     return content;
 }
 
-QString describe(const MivoSiriusContent& content, bool* preferred = nullptr, bool* risky = nullptr)
-{
-    bool p = false;
-    bool r = false;
-    const QString text = ContentManager::episodeDescription(content, p, r);
-    if (preferred)
-        *preferred = p;
-    if (risky)
-        *risky = r;
-    return text;
-}
-
 } // namespace
 
 // Descriptions with the channel number, and live paths without full features, are met end to end.
@@ -72,34 +60,39 @@ TEST_F(ContentManagerTest, NotFullFeaturedEpisodePathsGoLiveAndXtraRowsNeedNoAss
         << "no asset guid: no parameter";
 }
 
-TEST_F(ContentManagerTest, EpisodeExpiryBoundsAreKeptAsTheyAre)
+// An episode shows its air date (preferred when it aired within two days, or is still to air)
+// or "Special" without one, and warns when it expires today or tomorrow (then it is risky).
+TEST_F(ContentManagerTest, EpisodeDescriptionsDateAndWarn)
 {
-    bool risky = false;
-    EXPECT_TRUE(describe(episode(QString(), inMinutes(1440)), nullptr, &risky)
-                    .endsWith(kBullet + " Expires: Tomorrow"));
-    EXPECT_TRUE(risky);
-    EXPECT_TRUE(describe(episode(QString(), inMinutes(2880))).endsWith("Expires: Tomorrow"));
-    EXPECT_TRUE(describe(episode(QString(), inMinutes(1439))).endsWith("Expires: Today"));
-    EXPECT_TRUE(describe(episode(QString(), inMinutes(1))).endsWith("Expires: Today"));
-    EXPECT_EQ(describe(episode(QString(), inMinutes(2881)), nullptr, &risky), "Special");
-    EXPECT_FALSE(risky);
-    EXPECT_EQ(describe(episode(QString(), inMinutes(0, 20))), "Special") << "less than a minute";
-    EXPECT_EQ(describe(episode(QString(), inMinutes(-10))), "Special") << "already expired";
-}
-
-TEST_F(ContentManagerTest, EpisodesAiredWithinTwoDaysArePreferredAndUndatedOnesAreSpecial)
-{
-    bool preferred = false;
-    const QString recent = describe(episode(hoursAgo(47), QString()), &preferred);
-    EXPECT_TRUE(preferred);
-    EXPECT_EQ(recent,
-              QLocale().toString(QDateTime::fromString(hoursAgo(47), Qt::ISODate), "MMM dd, yyyy"));
-    describe(episode(hoursAgo(49), QString()), &preferred);
-    EXPECT_FALSE(preferred);
-    describe(episode(hoursAgo(-5), QString()), &preferred);
-    EXPECT_TRUE(preferred) << "a future air date counts as recent";
-    EXPECT_EQ(describe(episode("not a date", QString()), &preferred), "Special");
-    EXPECT_FALSE(preferred);
+    const auto dated = [](double hours) {
+        return QLocale().toString(QDateTime::fromString(hoursAgo(hours), Qt::ISODate),
+                                  "MMM dd, yyyy");
+    };
+    const QString today = "Special " + kBullet + " Expires: Today";
+    const QString tomorrow = "Special " + kBullet + " Expires: Tomorrow";
+    const struct
+    {
+        QString aired, expires, description;
+        bool preferred, risky;
+    } cases[] = {{hoursAgo(47), "", dated(47), true, false},
+                 {hoursAgo(49), "", dated(49), false, false},
+                 {hoursAgo(-5), "", dated(-5), true, false}, // still to air
+                 {"not a date", "", "Special", false, false},
+                 {"", inMinutes(2880), tomorrow, false, true},
+                 {"", inMinutes(1440), tomorrow, false, true},
+                 {"", inMinutes(1439), today, false, true},
+                 {"", inMinutes(1), today, false, true},
+                 {"", inMinutes(2881), "Special", false, false},
+                 {"", inMinutes(0, 20), "Special", false, false}, // less than a minute
+                 {"", inMinutes(-10), "Special", false, false}};  // expired
+    for (const auto& c : cases) {
+        bool preferred = false;
+        bool risky = false;
+        EXPECT_EQ(ContentManager::episodeDescription(episode(c.aired, c.expires), preferred, risky),
+                  c.description);
+        EXPECT_EQ(preferred, c.preferred) << c.description.toStdString();
+        EXPECT_EQ(risky, c.risky) << c.description.toStdString();
+    }
 
     const MivoRoles row = manager.contentToRoles(episode(hoursAgo(1), inMinutes(60)), false);
     EXPECT_TRUE(row.preferred());
