@@ -110,6 +110,39 @@ FAKE_OPERATION(sxm_getStreamBitrate)
 FAKE_OPERATION(sxm_sendAudioData)
 #undef FAKE_OPERATION
 
+// The operations with one argument: recorded as "name(argument)".
+#define FAKE_TEXT_OPERATION(name)                                                                  \
+    int name(const char* value)                                                                    \
+    {                                                                                              \
+        return operation(#name, text(value));                                                      \
+    }
+FAKE_TEXT_OPERATION(sxm_getEpisodes)
+FAKE_TEXT_OPERATION(sxm_search)
+FAKE_TEXT_OPERATION(sxm_startPtdNotificationForGenre)
+FAKE_TEXT_OPERATION(sxm_checkGeoRestricted)
+#undef FAKE_TEXT_OPERATION
+#define FAKE_NUMBER_OPERATION(name)                                                                \
+    int name(int value)                                                                            \
+    {                                                                                              \
+        return operation(#name, std::to_string(value));                                            \
+    }
+FAKE_NUMBER_OPERATION(sxm_selectStreamIndex)
+FAKE_NUMBER_OPERATION(sxm_userPause)
+FAKE_NUMBER_OPERATION(sxm_outputLatency)
+#undef FAKE_NUMBER_OPERATION
+
+// No unit test skips; an empty text is what the library writes when it has none.
+#define FAKE_SEGMENT_TIME(name)                                                                    \
+    int name(char* buffer, int size)                                                               \
+    {                                                                                              \
+        if (size > 0)                                                                              \
+            buffer[0] = '\0';                                                                      \
+        return operation(#name);                                                                   \
+    }
+FAKE_SEGMENT_TIME(sxm_getPrevSegmentTime)
+FAKE_SEGMENT_TIME(sxm_getNextSegmentTime)
+#undef FAKE_SEGMENT_TIME
+
 void sxm_getVersion(int* major, int* minor, int* patch)
 {
     *major = 3;
@@ -136,11 +169,6 @@ void sxm_externalTimerTick(uint32_t ms)
     lib.ticks.emplace_back(std::this_thread::get_id(), ms);
 }
 
-int sxm_selectStreamIndex(int index)
-{
-    return operation("sxm_selectStreamIndex", std::to_string(index));
-}
-
 int sxm_registerCallbacks(sxm_callbacks callbacks)
 {
     const int result = operation("sxm_registerCallbacks");
@@ -158,16 +186,6 @@ int sxm_verify_account(const char* username, const char* password)
 int sxm_getShows(const char* genreKey, const char* channelId)
 {
     return operation("sxm_getShows", text(genreKey) + "," + text(channelId));
-}
-
-int sxm_getEpisodes(const char* showGuid)
-{
-    return operation("sxm_getEpisodes", text(showGuid));
-}
-
-int sxm_search(const char* searchText)
-{
-    return operation("sxm_search", text(searchText));
 }
 
 int sxm_update_server_favorites(sxm_favoriteList* list)
@@ -206,46 +224,11 @@ int sxm_startPtdNotificationForChannelIds(const sxm_channelIdList* channelIds)
     return operation("sxm_startPtdNotificationForChannelIds", args);
 }
 
-int sxm_startPtdNotificationForGenre(const char* genreKey)
-{
-    return operation("sxm_startPtdNotificationForGenre", text(genreKey));
-}
-
-int sxm_checkGeoRestricted(const char* channelId)
-{
-    return operation("sxm_checkGeoRestricted", text(channelId));
-}
-
 int sxm_playChannel(const sxm_playRequest* request)
 {
     return operation("sxm_playChannel", text(request->channelId) + "," + text(request->assetGuid) +
                                             "," + std::to_string(request->mode) + "," +
                                             std::to_string(request->playLive));
-}
-
-int sxm_userPause(int pause)
-{
-    return operation("sxm_userPause", std::to_string(pause));
-}
-
-int sxm_outputLatency(int ms)
-{
-    return operation("sxm_outputLatency", std::to_string(ms));
-}
-
-// No unit test skips; an empty text is what the library writes when it has none.
-int sxm_getPrevSegmentTime(char* buffer, int size)
-{
-    if (size > 0)
-        buffer[0] = '\0';
-    return operation("sxm_getPrevSegmentTime");
-}
-
-int sxm_getNextSegmentTime(char* buffer, int size)
-{
-    if (size > 0)
-        buffer[0] = '\0';
-    return operation("sxm_getNextSegmentTime");
 }
 
 void sxm_triggerGoLive(void)

@@ -1,7 +1,4 @@
 #include "siriusLib/siriusLibHelper.h"
-#include "siriusLogging.h"
-
-#include "logCapture.h"
 
 #include <gtest/gtest.h>
 
@@ -72,7 +69,8 @@ TEST(SiriusLibHelper, OnlyCode37StopsPlaybackAndBypassFlagsAreKept)
     }
 }
 
-TEST(SiriusLibHelper, TimebarSegmentsCopyInOrder)
+// A record the library did not pass, or a count without its array, is an empty value, not a crash.
+TEST(SiriusLibHelper, TimebarSegmentsCopyInOrderAndMissingRecordsGiveEmptyValues)
 {
     int64_t segments[] = {10, 5000000000LL, 30};
     sxm_timebarData timebar{};
@@ -82,27 +80,19 @@ TEST(SiriusLibHelper, TimebarSegmentsCopyInOrder)
     MivoSiriusTimebar mivo = SiriusLibHelper::sxmTimebarDataToMivo(&timebar);
     EXPECT_EQ(mivo.segments(), (MivoList<long long>{10, 5000000000LL, 30}));
     EXPECT_EQ(mivo.irNavClass(), MivoSiriusIrNavClass::Restricted);
-
     timebar.segmentCount = 0;
     EXPECT_TRUE(SiriusLibHelper::sxmTimebarDataToMivo(&timebar).segments().isEmpty());
     EXPECT_TRUE(
         SiriusLibHelper::sxmTimebarDataToMivo(&timebar).hasEntry(MivoSiriusTimebar::Segments()));
-}
+    timebar.segments = nullptr;
+    timebar.segmentCount = 4;
+    EXPECT_TRUE(SiriusLibHelper::sxmTimebarDataToMivo(&timebar).segments().isEmpty());
 
-TEST(SiriusLibHelper, NullLibraryRecordsGiveEmptyValuesAndAnErrorLine)
-{
-    sirius::test::LogCapture log(sirius::siriusLibraryLogger());
     EXPECT_TRUE(SiriusLibHelper::sxmTrackMetadataToMivo(nullptr).isEmpty());
     EXPECT_TRUE(SiriusLibHelper::sxmPdtCutToMivo(nullptr).isEmpty());
     EXPECT_TRUE(SiriusLibHelper::sxmFavoriteToMivo(nullptr).isEmpty());
     EXPECT_TRUE(SiriusLibHelper::sxmErrorNotificationToMivo(nullptr).isEmpty());
     EXPECT_TRUE(SiriusLibHelper::sxmTimebarDataToMivo(nullptr).isEmpty());
-    EXPECT_EQ(log.linesContaining("The library passed no").size(), 5u);
-
-    sxm_timebarData broken{};
-    broken.segmentCount = 4; // but no array
-    EXPECT_TRUE(SiriusLibHelper::sxmTimebarDataToMivo(&broken).segments().isEmpty());
-    EXPECT_EQ(log.linesContaining("segments without data").size(), 1u);
 }
 
 TEST(SiriusLibHelper, HostRecordsPointIntoTheKeptUtf8Copies)
@@ -126,11 +116,9 @@ TEST(SiriusLibHelper, HostRecordsPointIntoTheKeptUtf8Copies)
     EXPECT_EQ(request.playLive, 1);
     EXPECT_EQ(request.playbackData, +data);
 
-    sirius::test::LogCapture log(sirius::siriusLibraryLogger());
     MivoSiriusFavorite favorite;
     favorite.setAssetGuid(QStringLiteral("g1")).setAssetType(MivoSiriusAssetType::Category);
     const sxm_favorite noKeep = SiriusLibHelper::mivoFavoriteToSxm(favorite, nullptr);
     EXPECT_EQ(noKeep.assetGuid, nullptr);
     EXPECT_EQ(noKeep.assetType, 4);
-    EXPECT_EQ(log.linesContaining("without a list").size(), 1u);
 }
