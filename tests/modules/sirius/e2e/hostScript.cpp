@@ -57,6 +57,18 @@ QStringList Step::errors() const
     return messages;
 }
 
+QStringList Step::requests(const QString& endpoint) const
+{
+    QStringList requests;
+    for (const QJsonObject& service : items(QStringLiteral("service"))) {
+        if (service.value(QStringLiteral("endpoint")).toString() != endpoint)
+            continue;
+        for (const QJsonValue& request : service.value(QStringLiteral("requests")).toArray())
+            requests << request.toString();
+    }
+    return requests;
+}
+
 Script& Script::step(const QString& name)
 {
     return line(QStringLiteral("setting %1 \"%2\"").arg(kMarkerPath, name));

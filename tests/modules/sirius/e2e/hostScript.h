@@ -34,6 +34,8 @@ struct Step
     QList<OutputLine> lists() const;       ///< the documents with rows
     QJsonObject list(int index = 0) const; ///< empty when there is none
     QStringList errors() const;
+    /// The requests that the step's `service requests ENDPOINT` commands listed, in order.
+    QStringList requests(const QString& endpoint) const;
 };
 
 /// A script for `mivo-host run`, built a command at a time.

@@ -1,5 +1,5 @@
 // The module's first contact with the service through mivo-host: the stored account, a wrong
-// password, and a library the module refuses to run with.
+// password, no password, and a library the module refuses to run with.
 
 #include "hostScript.h"
 
@@ -12,23 +12,10 @@ namespace {
 class ModuleThroughHost : public HostTest
 {
 protected:
-    void storeAccount(const QString& password)
+    /// Two requests, each needing the library signed in.
+    static Script& twoRequests(Script& script)
     {
-        writeSettings(
-            {{MivoSiriusSettingsAccountPath().toEncoded(),
-              QJsonObject{{"type", 99},
-                          {"value", QJsonObject{{"username", "demo"}, {"password", password}}}}}});
-    }
-    /// Two requests (after `before`), then what the service was asked to sign in.
-    HostRun twoRequests(const QProcessEnvironment& env = QProcessEnvironment(),
-                        const QString& before = QString()) const
-    {
-        Script script;
-        if (!before.isEmpty())
-            script.line(before);
-        script.step("requests").rows("browse").line("data account title");
-        script.step("logins").line("service requests login");
-        return runScript(script, env);
+        return script.rows("browse").line("data account title");
     }
 };
 
@@ -45,27 +32,33 @@ TEST_F(ModuleThroughHost, AWrongLibraryVersionOrAFailedInitialisationRefusesEver
 {
     for (const QProcessEnvironment& failure :
          {env("SXMLIB_SIM_VERSION", "3.0.1"), env("SXMLIB_SIM_FAIL", "init")}) {
-        const HostRun run = twoRequests(failure);
+        Script script;
+        twoRequests(script.step("requests"));
+        const HostRun run = runScript(script, failure);
         EXPECT_EQ(run.step("requests").errors(), (QStringList{"Sirius module is not initialized",
                                                               "Sirius module is not initialized"}))
             << run.diagnostics();
     }
 }
 
-TEST_F(ModuleThroughHost, WithoutAPasswordRequestsAskToLogInAndNoSignInStarts)
+// Signed out, requests ask the listener to log in instead of signing in with nothing.
+TEST_F(ModuleThroughHost, AWrongStoredPasswordAsksForValidCredentialsAndNoPasswordToLogIn)
 {
-    const HostRun run = twoRequests(QProcessEnvironment(), "logout");
-    EXPECT_EQ(run.step("requests").errors(), (QStringList{"Please log in", "Please log in"}))
+    writeSettings(
+        {{MivoSiriusSettingsAccountPath().toEncoded(),
+          QJsonObject{{"type", 99},
+                      {"value", QJsonObject{{"username", "demo"}, {"password", "wrong"}}}}}});
+    Script script;
+    twoRequests(script.step("wrong"));
+    script.step("logout").line("logout").line("service requests login");
+    twoRequests(script.step("signedOut")).line("service requests login");
+    const HostRun run = runScript(script);
+    EXPECT_EQ(run.step("wrong").errors().value(0), "Invalid credentials, Please log in")
         << run.diagnostics();
-    const QList<QJsonObject> logins = run.step("logins").items("service");
-    ASSERT_EQ(logins.size(), 1) << run.diagnostics();
-    EXPECT_TRUE(logins[0].value("requests").toArray().isEmpty());
-}
-
-TEST_F(ModuleThroughHost, AWrongStoredPasswordAsksForValidCredentials)
-{
-    storeAccount("wrong");
-    const HostRun run = twoRequests();
-    EXPECT_EQ(run.step("requests").errors().value(0), "Invalid credentials, Please log in")
+    EXPECT_FALSE(run.step("logout").requests("login").isEmpty()) << "the wrong password was tried";
+    const Step signedOut = run.step("signedOut");
+    EXPECT_EQ(signedOut.errors(), (QStringList{"Please log in", "Please log in"}))
         << run.diagnostics();
+    EXPECT_EQ(signedOut.requests("login"), QStringList());
+    EXPECT_EQ(signedOut.items("service").size(), 1) << "the service was asked";
 }

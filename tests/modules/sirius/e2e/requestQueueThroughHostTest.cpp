@@ -17,19 +17,6 @@ QString tuneStart()
     return MivoSiriusSettingsTuneStart().toEncoded();
 }
 
-/// The requests a step's `service requests ENDPOINT` commands listed, in order.
-QStringList requestsIn(const Step& step, const QString& endpoint)
-{
-    QStringList requests;
-    for (const QJsonObject& service : step.items("service")) {
-        if (service.value("endpoint").toString() != endpoint)
-            continue;
-        for (const QJsonValue& request : service.value("requests").toArray())
-            requests << request.toString();
-    }
-    return requests;
-}
-
 /// The host's TuneStart value as a step's `setting` commands printed it, in order.
 QList<QJsonValue> tuneStartValues(const Step& step)
 {
@@ -106,16 +93,16 @@ TEST_F(RequestQueueThroughHost, SignInOrderExpiredSessionsAndTuneStartInStep)
     // write did not go back to the service.
     [&] {
         const Step signedIn = run.step("signedIn");
-        EXPECT_EQ(requestsIn(signedIn, "login").size(), 1) << run.diagnostics();
+        EXPECT_EQ(signedIn.requests("login").size(), 1) << run.diagnostics();
         EXPECT_EQ(tuneStartValues(signedIn), QList<QJsonValue>{true});
-        EXPECT_EQ(requestsIn(signedIn, "settings.update"), QStringList());
+        EXPECT_EQ(signedIn.requests("settings.update"), QStringList());
     }();
 
     // The user turns TuneStart off: the library's settings are updated once, with the whole
     // set; the library's report of the new set changes nothing and sends nothing back.
     [&] {
         const Step toLibrary = run.step("toLibrary");
-        const QStringList updates = requestsIn(toLibrary, "settings.update");
+        const QStringList updates = toLibrary.requests("settings.update");
         ASSERT_EQ(updates.size(), 1) << updates.join('\n').toStdString() << run.diagnostics();
         EXPECT_TRUE(
             updates.first().contains(QStringLiteral(R"({"name":"TuneStart","value":"off"})")))
@@ -133,10 +120,10 @@ TEST_F(RequestQueueThroughHost, SignInOrderExpiredSessionsAndTuneStartInStep)
         const Step again = run.step("again");
         EXPECT_EQ(again.errors(), QStringList()) << run.diagnostics();
         EXPECT_FALSE(rowsOf(again.list(0)).isEmpty()) << "the recent list after the new sign-in";
-        EXPECT_EQ(requestsIn(again, "login").size(), 1);
-        EXPECT_EQ(requestsIn(again, "lineup").size(), 1);
+        EXPECT_EQ(again.requests("login").size(), 1);
+        EXPECT_EQ(again.requests("lineup").size(), 1);
         EXPECT_EQ(tuneStartValues(again), QList<QJsonValue>{true});
-        EXPECT_EQ(requestsIn(again, "settings.update"), QStringList());
+        EXPECT_EQ(again.requests("settings.update"), QStringList());
         // A second loaded() rebuilds the root and the lists; it adds nothing.
         EXPECT_EQ(rowsOf(again.list(1)), rowsOf(expire.list(0)));
         EXPECT_EQ(rowsOf(again.list(2)).size(), rowsOf(expire.list(1)).size());
