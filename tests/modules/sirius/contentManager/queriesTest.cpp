@@ -3,7 +3,6 @@
 using fake::calls;
 using fake::record;
 using fake::result;
-using fake::script;
 using fixtures::channel;
 using fixtures::ContentManagerTest;
 using fixtures::titles;
@@ -29,26 +28,17 @@ TEST_F(ContentManagerTest, ListsShowXtraChannelsThroughTheirChannelRow)
 {
     registerCallbacks();
     load({channel("x7", "Pop", 7, MivoSiriusAssetType::XtraChannel)});
-    script("sxm_get_recents", [](const sxm_callbacks& cb) {
-        sxm_content xtra = record("x7", SXM_ASSET_XTRA_CHANNEL, "Xtra as listed in recents");
-        sxm_content episode = record("e1", SXM_ASSET_EPISODE, "An episode");
-        sxm_content unknownXtra = record("x9", SXM_ASSET_XTRA_CHANNEL, "Not in the line-up");
-        cb.onRecents(cb.context, &xtra, 0);
-        cb.onRecents(cb.context, &episode, 1);
-        cb.onRecents(cb.context, &unknownXtra, 2);
-    });
+    const sxm_content unknownXtra = record("x9", SXM_ASSET_XTRA_CHANNEL, "Not in the line-up");
+    fake::deliver("sxm_get_recents",
+                  {record("x7", SXM_ASSET_XTRA_CHANNEL, "Xtra as listed in recents"),
+                   record("e1", SXM_ASSET_EPISODE, "An episode"), unknownXtra});
     const QList<MivoRoles> recent = valueOf(manager.recent());
     ASSERT_EQ(recent.size(), 3) << "form A keeps the empty row of an unknown Xtra channel";
     EXPECT_EQ(recent[0].title(), "Title x7");
     EXPECT_EQ(recent[1].title(), "An episode");
     EXPECT_TRUE(recent[2].isEmpty());
 
-    script("sxm_search", [](const sxm_callbacks& cb) {
-        sxm_content unknownXtra = record("x9", SXM_ASSET_XTRA_CHANNEL, "Not in the line-up");
-        sxm_content live = record("l1", SXM_ASSET_LIVE_CHANNEL, "Live");
-        cb.onSearch(cb.context, &unknownXtra, 0);
-        cb.onSearch(cb.context, &live, 1);
-    });
+    fake::deliver("sxm_search", {unknownXtra, record("l1", SXM_ASSET_LIVE_CHANNEL, "Live")});
     EXPECT_EQ(titles(valueOf(manager.search("x"))), QStringList{"Live"})
         << "form C drops empty rows";
     EXPECT_EQ(calls("sxm_search(x)"), 1);
@@ -68,14 +58,9 @@ TEST_F(ContentManagerTest, ShowsSortByChannelOrderThenPreferredThenTitle)
     MivoSiriusContent near = channel("near", "Pop", 95); // sort order 5
     MivoSiriusContent far = channel("far", "Pop", 10);   // sort order 90
     load({near, far});
-    script("sxm_getShows", [](const sxm_callbacks& cb) {
-        sxm_content shows[] = {record("far", SXM_ASSET_SHOW, "Far show"),
-                               record("near", SXM_ASSET_SHOW, "Near B"),
-                               record("near", SXM_ASSET_SHOW, "Near A")};
-        for (int i = 0; i < 3; ++i)
-            cb.onShows(cb.context, &shows[i], 1, i);
-        cb.onShows(cb.context, nullptr, 0, 3);
-    });
+    fake::deliver("sxm_getShows", {record("far", SXM_ASSET_SHOW, "Far show"),
+                                   record("near", SXM_ASSET_SHOW, "Near B"),
+                                   record("near", SXM_ASSET_SHOW, "Near A")});
     EXPECT_EQ(titles(valueOf(manager.onDemandShows("pop", "near"))),
               (QStringList{"Near A", "Near B", "Far show"}));
     EXPECT_EQ(calls("sxm_getShows(pop,near)"), 1) << "both are still passed on";
@@ -84,10 +69,7 @@ TEST_F(ContentManagerTest, ShowsSortByChannelOrderThenPreferredThenTitle)
 TEST_F(ContentManagerTest, FavoritesAreFetchedOnceUntilAnUpdateSucceeds)
 {
     registerCallbacks();
-    script("sxm_get_favorites", [](const sxm_callbacks& cb) {
-        sxm_content favorite = record("fav", SXM_ASSET_LIVE_CHANNEL, "Fav");
-        cb.onFavorites(cb.context, &favorite, 0);
-    });
+    fake::deliver("sxm_get_favorites", {record("fav", SXM_ASSET_LIVE_CHANNEL, "Fav")});
     int changed = 0;
     QObject::connect(&manager, &ContentManager::favoritesChanged, [&] { ++changed; });
     EXPECT_EQ(titles(valueOf(manager.favorites())), QStringList{"Fav"});

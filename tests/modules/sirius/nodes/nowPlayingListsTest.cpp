@@ -28,19 +28,6 @@ enum class Kind
     ForYouCategory
 };
 
-/// Live channel "a", an episode of it and Xtra channel "x", as a personal list delivers them.
-template <class Callback>
-std::function<void(const sxm_callbacks&)> mixedRows(Callback sxm_callbacks::*callback)
-{
-    return [callback](const sxm_callbacks& cb) {
-        sxm_content rows[] = {record("a", SXM_ASSET_LIVE_CHANNEL, "Live a"),
-                              record("a", SXM_ASSET_EPISODE, "Episode of a"),
-                              record("x", SXM_ASSET_XTRA_CHANNEL, "Xtra x")};
-        for (int i = 0; i < 3; ++i)
-            (cb.*callback)(cb.context, &rows[i], i);
-    };
-}
-
 class NowPlayingListsTest : public NodesTest, public ::testing::WithParamInterface<Kind>
 {
 protected:
@@ -50,9 +37,12 @@ protected:
         registerCallbacks();
         load({channel("a", "Pop", 1),
               channel("x", "Pop", 2, MivoSiriusAssetType::XtraChannel).setIsXtra(true)});
-        fake::script("sxm_get_favorites", mixedRows(&sxm_callbacks::onFavorites));
-        fake::script("sxm_get_recents", mixedRows(&sxm_callbacks::onRecents));
-        fake::script("sxm_get_forYouCarousel", mixedRows(&sxm_callbacks::onForYou));
+        // Live channel "a", an episode of it and Xtra channel "x", as a personal list has them.
+        const std::vector<sxm_content> rows{record("a", SXM_ASSET_LIVE_CHANNEL, "Live a"),
+                                            record("a", SXM_ASSET_EPISODE, "Episode of a"),
+                                            record("x", SXM_ASSET_XTRA_CHANNEL, "Xtra x")};
+        for (const char* list : {"sxm_get_favorites", "sxm_get_recents", "sxm_get_forYouCarousel"})
+            fake::deliver(list, rows);
         QObject::connect(&nodes.subscribe(), &CMSubscribe::changed,
                          [this](const CMPath&, const QString& change, int) { notices << change; });
     }

@@ -16,18 +16,6 @@ using fixtures::titles;
 
 namespace {
 
-/// The shows of the line-up below, in the service's order (all of one sort order, so titles
-/// decide the order and the channels alternate A, A, B, A).
-void scriptShows(const sxm_callbacks& cb)
-{
-    sxm_content shows[] = {
-        record("a", SXM_ASSET_SHOW, "1 Morning"), record("a", SXM_ASSET_SHOW, "2 Noon"),
-        record("b", SXM_ASSET_SHOW, "3 Evening"), record("a", SXM_ASSET_SHOW, "4 Night")};
-    for (int i = 0; i < 4; ++i)
-        cb.onShows(cb.context, &shows[i], 1, i);
-    cb.onShows(cb.context, nullptr, 0, 4);
-}
-
 /// Two episodes of one show: the first with a logo of its own, the second without.
 void scriptEpisodes(const sxm_callbacks& cb)
 {
@@ -65,7 +53,11 @@ TEST_F(OnDemandNodesTest, AFailedListingIsAnsweredWithItsErrorAndAskedAgainNextT
     EXPECT_EQ(calls("sxm_getShows(,a)"), 1);
 
     result("sxm_getShows", 1);
-    script("sxm_getShows", scriptShows);
+    // All of one sort order, so titles decide the order and the channels alternate A, A, B, A.
+    fake::deliver("sxm_getShows",
+                  {record("a", SXM_ASSET_SHOW, "1 Morning"), record("a", SXM_ASSET_SHOW, "2 Noon"),
+                   record("b", SXM_ASSET_SHOW, "3 Evening"),
+                   record("a", SXM_ASSET_SHOW, "4 Night")});
     EXPECT_EQ(getRows(path).rows().size(), 7) << "an error is not kept as an empty list";
     EXPECT_FALSE(lastError.isError());
     EXPECT_EQ(calls("sxm_getShows(,a)"), 2);
@@ -81,7 +73,9 @@ TEST_F(OnDemandNodesTest, AnAnswerForANodeLoadedMeanwhileAddsNothing)
     script("sxm_getShows", [&](const sxm_callbacks& cb) {
         // Another request's answer lands while the library lists the shows for this one.
         node->storeRoles({earlier});
-        scriptShows(cb);
+        sxm_content show = record("a", SXM_ASSET_SHOW, "Not added");
+        cb.onShows(cb.context, &show, 1, 0);
+        cb.onShows(cb.context, nullptr, 0, 1);
     });
     EXPECT_EQ(titles(getRows(path).rows()), (QStringList{"Title a", "Earlier answer"}));
     EXPECT_EQ(titles(getRows(path).rows()), (QStringList{"Title a", "Earlier answer"}));

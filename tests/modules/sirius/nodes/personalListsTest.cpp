@@ -8,7 +8,6 @@
 
 using fake::calls;
 using fake::result;
-using fake::script;
 using fixtures::browseRoot;
 using fixtures::channel;
 using fixtures::lastPdtCall;
@@ -16,30 +15,6 @@ using fixtures::NodesTest;
 using fixtures::titles;
 
 namespace {
-
-/// A record as the library lists it; `text` is both its title and its asset guid.
-struct Record
-{
-    const char* id;
-    int type;
-    const char* text;
-    const char* category = "Music";
-};
-
-/// Delivers `records` through the callback `deliver` of the callback record, one call each.
-template <class Callback>
-std::function<void(const sxm_callbacks&)> deliver(Callback sxm_callbacks::*callback,
-                                                  std::vector<Record> records)
-{
-    return [callback, records](const sxm_callbacks& cb) {
-        for (size_t index = 0; index < records.size(); ++index) {
-            sxm_content content =
-                fake::record(records[index].id, records[index].type, records[index].text);
-            content.category = records[index].category;
-            (cb.*callback)(cb.context, &content, int(index));
-        }
-    };
-}
 
 class PersonalListsTest : public NodesTest
 {
@@ -90,8 +65,7 @@ protected:
 TEST_F(PersonalListsTest, ForYouIsFetchedOnceAndAgainAfterAnyRefresh)
 {
     load({channel("a", "Pop", 1)});
-    script("sxm_get_forYouCarousel",
-           deliver(&sxm_callbacks::onForYou, {{"a", SXM_ASSET_LIVE_CHANNEL, "Live", "Music"}}));
+    fake::deliver("sxm_get_forYouCarousel", {fake::record("a", SXM_ASSET_LIVE_CHANNEL, "Live")});
     const CMPath path = forYou()->path();
     const QPointer<CMNode> first = nodes.node(getRows(path).rows().value(0).path());
     ASSERT_TRUE(first);
@@ -118,8 +92,7 @@ TEST_F(PersonalListsTest, ForYouIsFetchedOnceAndAgainAfterAnyRefresh)
 
 TEST_F(PersonalListsTest, AClosedRecentListIsFetchedAfreshWhenOpenedAgain)
 {
-    script("sxm_get_recents",
-           deliver(&sxm_callbacks::onRecents, {{"e1", SXM_ASSET_EPISODE, "Episode"}}));
+    fake::deliver("sxm_get_recents", {fake::record("e1", SXM_ASSET_EPISODE, "Episode")});
     RecentNode* node = recent();
     const CMPath path = node->path();
     node->addRowsPath(path);

@@ -10,7 +10,6 @@
 using fake::calls;
 using fake::record;
 using fake::result;
-using fake::script;
 using fixtures::browseRoot;
 using fixtures::channel;
 using fixtures::dueCut;
@@ -18,23 +17,6 @@ using fixtures::NodesTest;
 using fixtures::titles;
 
 namespace {
-
-/// One of each kind, in an order that is not the sections' order.
-void scriptResults(const sxm_callbacks& cb)
-{
-    sxm_content results[] = {record("live", SXM_ASSET_EPISODE, "An episode"),
-                             record("live", SXM_ASSET_SHOW, "A show"),
-                             record("live", SXM_ASSET_LIVE_CHANNEL, "Live"),
-                             record("", SXM_ASSET_CATEGORY, "Jazz category")};
-    for (int i = 0; i < 4; ++i)
-        cb.onSearch(cb.context, &results[i], i);
-}
-
-void scriptFavorites(const sxm_callbacks& cb)
-{
-    sxm_content favorite = record("live", SXM_ASSET_LIVE_CHANNEL, "Live");
-    cb.onFavorites(cb.context, &favorite, 0);
-}
 
 class SearchContextTest : public NodesTest
 {
@@ -65,7 +47,11 @@ protected:
 // The lists' numbered paths are checked end to end.
 TEST_F(SearchContextTest, EachSearchGetsAFreshResultListInSections)
 {
-    script("sxm_search", scriptResults);
+    // One of each kind, in an order that is not the sections' order.
+    fake::deliver("sxm_search", {record("live", SXM_ASSET_EPISODE, "An episode"),
+                                 record("live", SXM_ASSET_SHOW, "A show"),
+                                 record("live", SXM_ASSET_LIVE_CHANNEL, "Live"),
+                                 record("", SXM_ASSET_CATEGORY, "Jazz category")});
     manager.on_siriusLib_pdtCuts({dueCut("live", "Song")});
     const CMPath first = search("jazz");
     ASSERT_FALSE(lastError.isError()) << lastError.toString().toStdString();
@@ -96,7 +82,7 @@ TEST_F(SearchContextTest, EachSearchGetsAFreshResultListInSections)
 // path carries. The menus of favourite and other channels are checked end to end.
 TEST_F(SearchContextTest, ShowsEpisodesXtraChannelsAndUnknownTypesOfferOnlyTheFavoriteAction)
 {
-    script("sxm_get_favorites", scriptFavorites);
+    fake::deliver("sxm_get_favorites", {record("live", SXM_ASSET_LIVE_CHANNEL, "Live")});
     for (auto type : {MivoSiriusAssetType::Show, MivoSiriusAssetType::Episode,
                       MivoSiriusAssetType::XtraChannel}) {
         const QString typeText = MivoSiriusAssetType::toString(type);

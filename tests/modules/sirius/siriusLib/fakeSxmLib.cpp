@@ -42,17 +42,39 @@ int calls(const std::string& call)
     return int(std::count(all.begin(), all.end(), call));
 }
 
-sxm_content record(const char* channelId, int assetType, const char* title)
+sxm_content record(const char* channelId, int assetType, const char* title, const char* category)
 {
     sxm_content content{};
     content.channelId = channelId;
     content.assetType = assetType;
     content.title = title;
     content.assetGuid = title;
-    content.category = "Music";
+    content.category = category;
     content.genre = "Pop";
     content.genreKey = "pop";
     return content;
+}
+
+void deliver(const std::string& operation, const std::vector<sxm_content>& records)
+{
+    script(operation, [operation, records](const sxm_callbacks& cb) {
+        const int count = int(records.size());
+        for (int index = 0; index < count; ++index) {
+            sxm_content item = records[std::size_t(index)];
+            if (operation == "sxm_get_recents")
+                cb.onRecents(cb.context, &item, index);
+            else if (operation == "sxm_get_favorites")
+                cb.onFavorites(cb.context, &item, index);
+            else if (operation == "sxm_search")
+                cb.onSearch(cb.context, &item, index);
+            else if (operation == "sxm_get_forYouCarousel")
+                cb.onForYou(cb.context, &item, index + 1 < count);
+            else if (operation == "sxm_getShows")
+                cb.onShows(cb.context, &item, 1, index);
+        }
+        if (operation == "sxm_getShows")
+            cb.onShows(cb.context, nullptr, 0, count);
+    });
 }
 
 } // namespace fake

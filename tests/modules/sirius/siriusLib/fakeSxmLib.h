@@ -48,6 +48,10 @@ void result(const std::string& operation, int value);
 int calls(const std::string& call);
 
 /// A record as the library lists it: `title` is its asset guid too; genre "Pop", category "Music".
-sxm_content record(const char* channelId, int assetType, const char* title);
+sxm_content record(const char* channelId, int assetType, const char* title,
+                   const char* category = "Music");
+/// Scripts a list operation (recents, favorites, search, For You, shows) to hand `records` to its
+/// callback one call each, as the library does; the shows' list ends with a call without one.
+void deliver(const std::string& operation, const std::vector<sxm_content>& records);
 
 } // namespace fake

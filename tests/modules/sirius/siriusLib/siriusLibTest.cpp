@@ -3,7 +3,6 @@
 
 #include "QtTestSupport.h"
 #include "fakeSxmLib.h"
-#include "logCapture.h"
 
 #include <QThread>
 #include <gtest/gtest.h>
@@ -176,12 +175,9 @@ TEST_F(SiriusLibTest, ListOperationsAnswerTheCollectedItemsAndTheirFailureTexts)
 {
     SiriusLib* lib = bridge();
     initialize(lib);
-    fake::script("sxm_getShows", [](const sxm_callbacks& cb) {
-        sxm_content show = fake::record("s1", SXM_ASSET_SHOW, "s1");
-        show.genre = "Caf\xc3\xa9";
-        cb.onShows(cb.context, &show, 1, 0);
-        cb.onShows(cb.context, nullptr, 0, 1);
-    });
+    sxm_content show = fake::record("s1", SXM_ASSET_SHOW, "s1");
+    show.genre = "Caf\xc3\xa9";
+    fake::deliver("sxm_getShows", {show});
     QObject receiver;
     QString showGenre;
     lib->subscribe(&SiriusLib::onGetShows, &receiver,
