@@ -50,14 +50,4 @@ std::vector<LogLine> LogCapture::lines() const
     return static_cast<const Recorder&>(*m_recorder).lines();
 }
 
-std::vector<LogLine> LogCapture::linesContaining(const std::string& text) const
-{
-    std::vector<LogLine> found;
-    for (const LogLine& line : lines()) {
-        if (line.message.find(text) != std::string::npos)
-            found.push_back(line);
-    }
-    return found;
-}
-
 } // namespace sirius::test

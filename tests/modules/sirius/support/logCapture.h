@@ -32,8 +32,6 @@ public:
     LogCapture& operator=(const LogCapture&) = delete;
 
     std::vector<LogLine> lines() const;
-    /// Lines whose message contains `text`.
-    std::vector<LogLine> linesContaining(const std::string& text) const;
 
 private:
     class Recorder;
