@@ -15,7 +15,6 @@ using namespace e2e;
 
 namespace {
 
-constexpr int kSectionHeader = 103;
 constexpr int kPlaceholder = 6;
 
 CMPath pathOf(const QJsonObject& row)
@@ -119,21 +118,18 @@ TEST_F(BrowseThroughHost, TheFullFeaturedTreeFromTheRootDownToEpisodesMenusAndSe
     script.step("all").rows(paths::allChannels());
     script.step("byName").rows(paths::allChannelsByName());
     script.step("genreMenu").rows(paths::context(firstGenreKey, QString(), QString(), "Category"));
-    script.step("xtra").rows(MivoSiriusBrowsePath().subpath("xtra").toEncoded());
-    script.step("onDemands").rows(MivoSiriusBrowsePath().subpath("onDemands").toEncoded());
+    script.step("xtra").rows(paths::browse("xtra"));
+    script.step("onDemands").rows(paths::browse("onDemands"));
     script.step("shows").rows(paths::onDemand(firstGenreName, firstGenreKey, QString()));
     script.step("episodes").rows(paths::episodes(qs(show.record.assetGuid)));
     // A channel's shows are reached through its context menu, which makes their list.
     script.step("noShows")
-        .rows(paths::context(qs(noShows->name), qs(noShows->id), qs(noShows->assetGuid),
-                             "LiveChannel"))
+        .rows(paths::channelContext(*noShows))
         .rows(paths::onDemand("OnDemand", QString(), qs(noShows->id)));
     // The menus of shows, episodes and the recent list are the nodes' unit tests' to show.
     script.step("menus")
-        .rows(paths::context(qs(favoriteChannel.name), qs(favoriteChannel.id),
-                             qs(favoriteChannel.assetGuid), "LiveChannel"))
-        .rows(paths::context(qs(otherChannel.name), qs(otherChannel.id), qs(otherChannel.assetGuid),
-                             "LiveChannel"));
+        .rows(paths::channelContext(favoriteChannel))
+        .rows(paths::channelContext(otherChannel));
     script.step("search").line("search Pop").line("search Episode 7");
     const HostRun run = runScript(script);
     ASSERT_FALSE(run.timedOut) << run.diagnostics();
@@ -280,9 +276,7 @@ TEST_F(BrowseThroughHost, WithoutFullFeaturesTheRootHasNoSearchOnDemandXtraForYo
     Script script;
     script.step("root").rows("browse");
     script.step("all").rows(paths::allChannels());
-    script.step("gone")
-        .rows(MivoSiriusBrowsePath().subpath("forYou").toEncoded())
-        .line("search Pop");
+    script.step("gone").rows(paths::browse("forYou")).line("search Pop");
     const HostRun run = runScript(script);
 
     QStringList expected{"Recent", "All Channels", "All Channels (A-Z)", "Channels"};

@@ -47,11 +47,6 @@ QString cutText(const sxm::service::Track& track)
 namespace paths {
 namespace {
 
-CMPath browse(const QString& segment)
-{
-    return MivoSiriusBrowsePath().subpath(segment);
-}
-
 QString withTitleAndIcon(CMPath path, const QString& title)
 {
     // The icon rides as a parameter too; the node answers whatever the link carries, so an
@@ -69,7 +64,7 @@ QString flag(bool value)
 QString channelList(const QString& title, const QString& sortKey, const QString& filter, bool xtra,
                     bool pdt)
 {
-    CMPath path = browse(QStringLiteral("channels"));
+    CMPath path = MivoSiriusBrowsePath().subpath(QStringLiteral("channels"));
     path.appendSubpath(QStringLiteral("filter:") + filter)
         .appendSubpath(QStringLiteral("sort:") + sortKey)
         .appendSubpath(QStringLiteral("xtra:") + flag(xtra))
@@ -78,6 +73,11 @@ QString channelList(const QString& title, const QString& sortKey, const QString&
 }
 
 } // namespace
+
+QString browse(const QString& segment)
+{
+    return MivoSiriusBrowsePath().subpath(segment).toEncoded();
+}
 
 QString allChannels()
 {
@@ -103,7 +103,7 @@ QString xtraGenre(const QString& title, const QString& key)
 
 QString onDemand(const QString& title, const QString& genre, const QString& channelId)
 {
-    CMPath path = browse(QStringLiteral("onDemand"));
+    CMPath path = MivoSiriusBrowsePath().subpath(QStringLiteral("onDemand"));
     path.appendSubpath(QStringLiteral("genre:") + (genre.isEmpty() ? QStringLiteral("all") : genre))
         .appendSubpath(QStringLiteral("channelId:") +
                        (channelId.isEmpty() ? QStringLiteral("all") : channelId));
@@ -112,7 +112,8 @@ QString onDemand(const QString& title, const QString& genre, const QString& chan
 
 QString episodes(const QString& showId)
 {
-    return browse(QStringLiteral("onDemandEpisode"))
+    return MivoSiriusBrowsePath()
+        .subpath(QStringLiteral("onDemandEpisode"))
         .addParam(QStringLiteral("id"), showId)
         .addParam(QStringLiteral("icon"), QString())
         .toEncoded();
@@ -121,7 +122,8 @@ QString episodes(const QString& showId)
 QString context(const QString& title, const QString& channelId, const QString& assetGuid,
                 const QString& assetType)
 {
-    return browse(QStringLiteral("contextNode"))
+    return MivoSiriusBrowsePath()
+        .subpath(QStringLiteral("contextNode"))
         .addParam(MivoSiriusContent::AssetGuid(), assetGuid)
         .addParam(MivoSiriusContent::AssetType(), assetType)
         .addParam(MivoSiriusContent::ChannelId(), channelId)
@@ -129,9 +131,16 @@ QString context(const QString& title, const QString& channelId, const QString& a
         .toEncoded();
 }
 
+QString channelContext(const sxm::service::Channel& channel)
+{
+    return context(qs(channel.name), qs(channel.id), qs(channel.assetGuid),
+                   QStringLiteral("LiveChannel"));
+}
+
 QString recentContext()
 {
-    return browse(QStringLiteral("contextNode"))
+    return MivoSiriusBrowsePath()
+        .subpath(QStringLiteral("contextNode"))
         .addParam(QStringLiteral("clearRecent"), QString())
         .toEncoded();
 }

@@ -25,6 +25,8 @@ QString cutText(const sxm::service::Track& track);
 
 namespace paths {
 
+/// A list right below the browse root ("recent", "favorite", "forYou", "xtra", ...).
+QString browse(const QString& segment);
 QString allChannels();
 QString allChannelsByName();
 /// The channel list of a genre under "Channels" (by sort order, with now-playing text).
@@ -37,6 +39,7 @@ QString episodes(const QString& showId);
 /// The context menu of an item.
 QString context(const QString& title, const QString& channelId, const QString& assetGuid,
                 const QString& assetType);
+QString channelContext(const sxm::service::Channel& channel);
 /// The context menu of the recent list.
 QString recentContext();
 

@@ -16,6 +16,9 @@
 
 namespace e2e {
 
+/// The row type of a section header (MivoRolesType::SectionHeader), as --json prints it.
+constexpr int kSectionHeader = 103;
+
 /// One line of mivo-host's --json output and when the test read it (ms since the epoch).
 struct OutputLine
 {

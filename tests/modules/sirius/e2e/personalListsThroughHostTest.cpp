@@ -16,13 +16,6 @@ using namespace e2e;
 
 namespace {
 
-constexpr int kSectionHeader = 103;
-
-QString browse(const char* segment)
-{
-    return MivoSiriusBrowsePath().subpath(QLatin1String(segment)).toEncoded();
-}
-
 /// The rows of a list grouped under its section headers: header title to the rows' ids.
 std::map<QString, QStringList> idsBySection(const QJsonObject& list)
 {
@@ -76,17 +69,12 @@ QString segmentOf(QString category)
     return category.remove(QLatin1Char(' ')).remove(QLatin1Char('\''));
 }
 
-QString contextOf(const sxm::service::Channel& channel)
-{
-    return paths::context(qs(channel.name), qs(channel.id), qs(channel.assetGuid), "LiveChannel");
-}
-
 /// The favourite action a channel's context menu offers: the favourite path with the menu's
 /// parameters.
 QString favoriteActionOf(const sxm::service::Channel& channel)
 {
     CMPath action = MivoSiriusFavoritePath();
-    action.setParams(CMPath::fromEncoded(contextOf(channel)).paramList());
+    action.setParams(CMPath::fromEncoded(paths::channelContext(channel)).paramList());
     return action.toEncoded();
 }
 
@@ -119,33 +107,34 @@ TEST_F(PersonalListsThroughHost, ForYouFavoritesAndRecentFollowTheServiceAndTheM
     const sxm::service::Channel& newFavorite = catalog().channels().at(1);
 
     Script script;
-    script.step("forYou").rows("browse").rows(browse("forYou"));
-    script.step("forYouGroup").rows(browse("forYou") + QLatin1Char('/') + segmentOf(someGroup));
-    script.step("favorites").rows(browse("favorite"));
-    script.step("recent").rows(browse("recent"));
+    script.step("forYou").rows("browse").rows(paths::browse("forYou"));
+    script.step("forYouGroup")
+        .rows(paths::browse("forYou") + QLatin1Char('/') + segmentOf(someGroup));
+    script.step("favorites").rows(paths::browse("favorite"));
+    script.step("recent").rows(paths::browse("recent"));
     script.step("clear")
         .rows(paths::recentContext())
         .line(QStringLiteral("activate \"%1#1\"").arg(paths::recentContext()))
-        .rows(browse("recent"));
+        .rows(paths::browse("recent"));
     // Changes made elsewhere reach the module through the service's refresh events.
     script.step("refresh")
         .line("service changeRecents")
         .line("service changeFavorites")
         .wait(7)
-        .rows(browse("recent"))
-        .rows(browse("favorite"));
+        .rows(paths::browse("recent"))
+        .rows(paths::browse("favorite"));
     // The context menu adds a channel to the favorites, and then offers to remove it.
     script.step("add")
-        .rows(contextOf(newFavorite))
-        .line(QStringLiteral("activate \"%1#1\"").arg(contextOf(newFavorite)))
+        .rows(paths::channelContext(newFavorite))
+        .line(QStringLiteral("activate \"%1#1\"").arg(paths::channelContext(newFavorite)))
         .wait(2)
-        .rows(browse("favorite"))
+        .rows(paths::browse("favorite"))
         .line("service requests favorites.update");
     script.step("remove")
-        .rows(contextOf(newFavorite))
-        .line(QStringLiteral("activate \"%1#1\"").arg(contextOf(newFavorite)))
+        .rows(paths::channelContext(newFavorite))
+        .line(QStringLiteral("activate \"%1#1\"").arg(paths::channelContext(newFavorite)))
         .wait(2)
-        .rows(browse("favorite"))
+        .rows(paths::browse("favorite"))
         .line("service requests favorites.update");
     const HostRun run = runScript(script);
     ASSERT_FALSE(run.timedOut) << run.diagnostics();
@@ -160,7 +149,7 @@ TEST_F(PersonalListsThroughHost, ForYouFavoritesAndRecentFollowTheServiceAndTheM
         EXPECT_EQ(titlesOf(forYou), expected) << run.diagnostics();
         for (const QJsonValue& value : rowsOf(forYou)) {
             const QJsonObject row = value.toObject();
-            EXPECT_EQ(row.value("path").toString(), browse("forYou") + QLatin1Char('/') +
+            EXPECT_EQ(row.value("path").toString(), paths::browse("forYou") + QLatin1Char('/') +
                                                         segmentOf(row.value("title").toString()));
         }
         const QJsonObject group = run.step("forYouGroup").list();
@@ -225,9 +214,9 @@ TEST_F(PersonalListsThroughHost, BypassModeAndALostServiceExplainThemselves)
         .line("until popup \"Server update\" --seconds 15")
         .line("messages");
     script.step("inBypass")
-        .rows(browse("recent"))
-        .rows(browse("favorite"))
-        .rows(browse("forYou"))
+        .rows(paths::browse("recent"))
+        .rows(paths::browse("favorite"))
+        .rows(paths::browse("forYou"))
         .line(QStringLiteral("activate \"%1\"").arg(favoriteActionOf(channel)));
     // The lists that failed in bypass fetch again when asked next. The pop-ups are listed once
     // they came, as their printing may lag behind.
@@ -239,9 +228,9 @@ TEST_F(PersonalListsThroughHost, BypassModeAndALostServiceExplainThemselves)
     script.step("offline")
         .line(
             R"(service fault {"endpoints": {"recents": {"status": 503}, "favorites": {"status": 503}, "foryou": {"status": 503}}})")
-        .rows(browse("recent"))
-        .rows(browse("favorite"))
-        .rows(browse("forYou"));
+        .rows(paths::browse("recent"))
+        .rows(paths::browse("favorite"))
+        .rows(paths::browse("forYou"));
     const HostRun run = runScript(script);
     ASSERT_FALSE(run.timedOut) << run.diagnostics();
 

@@ -64,7 +64,7 @@ TEST_F(RequestQueueThroughHost, SignInOrderExpiredSessionsAndTuneStartInStep)
         .line("service requests lineup")
         .wait(7);
     script.step("again")
-        .rows(MivoSiriusBrowsePath().subpath("recent").toEncoded())
+        .rows(paths::browse("recent"))
         .line("service requests login")
         .line("service requests lineup")
         .wait(1)
