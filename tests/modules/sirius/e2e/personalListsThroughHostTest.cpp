@@ -191,10 +191,13 @@ TEST_F(PersonalListsThroughHost, ForYouFavoritesAndRecentFollowTheServiceAndTheM
         EXPECT_NE(rowIds(refreshed.list(1)), rowIds(run.step("favorites").list()));
     }();
 
-    // Add to favorites, then remove: the service is told each time and the list follows.
-    for (const auto& [name, change, listed] :
-         {std::make_tuple("add", "0", 1u), std::make_tuple("remove", "1", 0u)}) {
+    // Add to favorites, then remove: the menu offers what fits, the service is told each time
+    // and the list follows.
+    for (const auto& [name, action, change, listed] :
+         {std::make_tuple("add", "Add to favorites", "0", 1u),
+          std::make_tuple("remove", "Remove from favorites", "1", 0u)}) {
         const Step step = run.step(name);
+        EXPECT_EQ(titlesOf(step.list(0)), (QStringList{action, "OnDemand"}));
         EXPECT_EQ(rowIds(step.list(1)).count(qs(newFavorite.id)), listed) << name;
         const QStringList sent = step.requests("favorites.update");
         ASSERT_EQ(sent.size(), 1) << run.diagnostics();
