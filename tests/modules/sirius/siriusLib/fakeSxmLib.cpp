@@ -189,6 +189,7 @@ void sxm_externalTimerTick(uint32_t ms)
     fake::Library& lib = fake::library();
     std::lock_guard<std::mutex> lock(lib.mutex);
     lib.ticks.emplace_back(std::this_thread::get_id(), ms);
+    lib.ticked.notify_all();
 }
 
 int sxm_registerCallbacks(sxm_callbacks callbacks)

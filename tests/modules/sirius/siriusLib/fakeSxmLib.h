@@ -8,6 +8,7 @@
 
 #include <sxmlib.h>
 
+#include <condition_variable>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -33,6 +34,7 @@ struct State
 struct Library : State
 {
     std::mutex mutex;
+    std::condition_variable ticked; ///< notified under `mutex` at every clock tick
     std::vector<std::string> callsSnapshot();
 };
 

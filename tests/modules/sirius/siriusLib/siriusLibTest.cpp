@@ -1,11 +1,13 @@
 #include "siriusLib/siriusLib.h"
-#include "siriusLogging.h"
 
 #include "QtTestSupport.h"
 #include "fakeSxmLib.h"
 
 #include <QThread>
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
 
 using testsupport::waitUntil;
 
@@ -115,8 +117,14 @@ TEST_F(SiriusLibTest, LibraryClockTicksOnTheLibraryThreadWithTheTimeThatReallyPa
     // This thread is held up (no events run, so its own timer cannot fire) while the bridge's
     // clock ticks three times: the two ticks after the first measure time that passed within.
     const std::size_t seen = ticksFrom(ticking).size();
-    while (ticksFrom(ticking).size() < seen + 3)
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    {
+        std::unique_lock<std::mutex> lock(fake::library().mutex);
+        ASSERT_TRUE(fake::library().ticked.wait_for(lock, std::chrono::seconds(30), [&] {
+            return std::count_if(fake::library().ticks.begin(), fake::library().ticks.end(),
+                                 [&](const auto& tick) { return tick.first == ticking; }) >=
+                   std::ptrdiff_t(seen + 3);
+        }));
+    }
     const std::vector<uint32_t> bridgeTicks = ticksFrom(ticking);
     const uint32_t heldAtLeast = bridgeTicks[seen + 1] + bridgeTicks[seen + 2];
     lib.on_libraryTimer_timeout();
