@@ -251,24 +251,6 @@ TEST_F(SiriusLibTest, AudioBlocksReachTheDataWriteFunctionOnlyOnceItIsSet)
     EXPECT_EQ(delay, 64u);
 }
 
-// Program-data cuts and refreshes reach the signals the same way; the end-to-end tests follow them.
-TEST_F(SiriusLibTest, GlobalSettingsBecomeOneHashWhereALaterDuplicateWins)
-{
-    SiriusLib* lib = bridge();
-    QObject receiver;
-    QList<QHash<QString, QString>> settings;
-    lib->subscribe(&SiriusLib::onGlobalSettings, &receiver,
-                   [&](const QHash<QString, QString>& s) { settings.append(s); });
-    sxm_globalSetting records[] = {
-        {"TuneStart", "on"}, {"Other", "v\xc3\xa4"}, {"TuneStart", "off"}};
-    SiriusLib::on_globalSettings_callback(lib, records, 3);
-    SiriusLib::on_globalSettings_callback(lib, nullptr, 0);
-    ASSERT_TRUE(waitUntil([&] { return settings.size() == 2; }));
-    EXPECT_EQ(settings[0].value(QStringLiteral("TuneStart")), QStringLiteral("off"));
-    EXPECT_EQ(settings[0].value(QStringLiteral("Other")), QStringLiteral("vä"));
-    EXPECT_TRUE(settings[1].isEmpty()) << "no records still reports, with an empty hash";
-}
-
 TEST(SiriusLibSegmentTime, EveryResultCodeAndTextForm)
 {
     const auto parse = [](int result, const char* text) {
