@@ -40,6 +40,9 @@ void NotificationDisplay::open(const QVariant& args, const CMVoidReply& reply)
         m_popups.append(item);
     }
     // The command runs on the invoking thread; the printing belongs to the display's.
-    cmPost(this, [this, item] { emit shown(item); });
+    cmPost(this, [this, item] {
+        ++m_shown;
+        emit shown(item);
+    });
     reply.setResult();
 }

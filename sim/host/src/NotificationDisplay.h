@@ -22,6 +22,8 @@ public:
 
     /// Every pop-up so far, oldest first.
     QList<MivoNotificationDisplayItem> popups() const;
+    /// The pop-ups already announced with shown() (so printed), oldest first; display's thread.
+    QList<MivoNotificationDisplayItem> shownPopups() const { return popups().mid(0, m_shown); }
 
 signals:
     void shown(const MivoNotificationDisplayItem& item);
@@ -32,4 +34,5 @@ private:
     CMMemoryRoot& m_root;
     mutable std::mutex m_mutex; ///< guards m_popups
     QList<MivoNotificationDisplayItem> m_popups;
+    int m_shown = 0; ///< display's thread only: how many of m_popups shown() announced
 };

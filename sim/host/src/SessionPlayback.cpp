@@ -438,10 +438,11 @@ bool Session::cmdUntil(const CommandArgs& args)
         description = text.isEmpty() ? QStringLiteral("a new pop-up")
                                      : QStringLiteral("a new pop-up with \"%1\"").arg(text);
         // New: after the one the last `until popup` found, so that a pop-up that came while the
-        // command before ran is not missed.
+        // command before ran is not missed. Only pop-ups already printed count, so that the
+        // pop-up comes before this command's answer in the output.
         const int first = m_popupMark;
         met = [&, first, text] {
-            popups = m_display->popups();
+            popups = m_display->shownPopups();
             for (int i = first; i < popups.size(); ++i) {
                 const MivoNotificationDisplayItem& item = popups.at(i);
                 if (item.title().contains(text, Qt::CaseInsensitive) ||

@@ -110,14 +110,22 @@ protected:
             << name.toStdString() << ": " << step.errors().join("; ").toStdString();
         const QJsonObject plaintext = step.items("service").last()["plaintext"].toObject();
         EXPECT_EQ(plaintext["kind"].toString(), kind);
-        const QByteArray played = readFile(file(name + ".aac"));
+        // What played before the stop: once the host has asked for a stop, its streamer drops
+        // audio that does not fit its queue until the flush arrives, so the rest has gaps.
+        const qint64 beforeStop =
+            qint64(step.items("stats").value(0)["streamer"].toObject()["bytesPlayed"].toDouble());
+        const QByteArray played = readFile(file(name + ".aac")).left(int(beforeStop));
         const QByteArray served = readFile(file(name + ".plain"));
         ASSERT_GE(played.size(), bytes) << name.toStdString();
         ASSERT_GE(served.size(), played.size()) << name.toStdString();
         EXPECT_TRUE(served.startsWith(played))
             << name.toStdString()
             << ": the audio differs from the service's from the tune position on";
-        EXPECT_EQ(decodeErrors(file(name + ".aac")).toStdString(), "") << name.toStdString();
+        QFile heard(file(name + ".heard.aac"));
+        ASSERT_TRUE(heard.open(QIODevice::WriteOnly));
+        heard.write(played);
+        heard.close();
+        EXPECT_EQ(decodeErrors(heard.fileName()).toStdString(), "") << name.toStdString();
     }
 };
 
